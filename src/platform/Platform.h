@@ -1,0 +1,50 @@
+// Everything that the logic asks of its platform, in one record.
+#pragma once
+
+#include "async/Executor.h"
+#include "platform/BuildInfo.h"
+#include "platform/Words.h"
+
+namespace pell {
+
+class AccessibilityTree;
+class AudioCapture;
+class EventTapService;
+class HttpSession;
+class LogSink;
+class LoginItem;
+class Pasteboard;
+class SecureEntry;
+class SecureItemStore;
+class SoundPlayer;
+class SyntheticInput;
+class SystemActivity;
+class UserDefaults;
+class WallClock;
+class Workspace;
+
+/// Borrowed: whoever makes the record keeps the services alive as long as anything that was given it.
+struct Platform {
+  MainLoop& main;
+  SerialExecutorFactory makeSerialExecutor;
+  WallClock& clock;
+  BuildInfo build;
+  Locations locations;
+  Words words;
+  LogSink& log;
+  UserDefaults& defaults;
+  EventTapService& eventTaps;
+  AccessibilityTree& accessibility;
+  SecureEntry& secureEntry;
+  SyntheticInput& input;
+  Pasteboard& pasteboard;
+  AudioCapture& audio;
+  Workspace& workspace;
+  SecureItemStore& secureItems;
+  HttpSession& http;
+  LoginItem& loginItem;
+  SystemActivity& activity;
+  SoundPlayer& sounds;
+};
+
+}  // namespace pell
