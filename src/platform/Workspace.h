@@ -12,6 +12,9 @@ struct RunningApplication {
   std::string localizedName;
   std::optional<std::filesystem::path> bundleUrl;
   int processIdentifier = 0;
+  /// Set for an application whose text fields report a successful insertion through accessibility and
+  /// change nothing. The adapter knows which those are; text reaches them by pasting alone.
+  bool rejectsAccessibilityText = false;
   bool operator==(const RunningApplication&) const = default;
 };
 
