@@ -1,0 +1,124 @@
+#include "app/CommandLine.h"
+
+#include <fmt/format.h>
+
+#include <array>
+#include <charconv>
+#include <utility>
+
+namespace pell {
+namespace {
+
+using Arguments = std::span<const std::string>;
+
+constexpr std::string_view usage =
+    R"(Pell: hold a key, speak, and the words appear where you type.
+
+Usage:
+  pell [--hidden]              start Pell, or bring the running one forward
+                               (--hidden: in the tray, without its window)
+  pell register EMAIL          create an account and sign in
+  pell sign-in EMAIL           sign in
+  pell sign-out                sign out
+  pell dictate ACTION          steer the running Pell: begin, finish, toggle or cancel
+  pell history [--search TEXT] [--limit N] [--json]
+                               print the newest dictations kept on this computer
+  pell --help | --version
+
+The password is asked for on the terminal; where standard input is no terminal,
+its first line is taken.
+
+Exit codes: 0 done, 1 failed, 2 the command line was not understood.
+)";
+
+constexpr std::array<std::pair<DictateAction, std::string_view>, 4> actions{{
+    {DictateAction::begin, "begin"},
+    {DictateAction::finish, "finish"},
+    {DictateAction::toggle, "toggle"},
+    {DictateAction::cancel, "cancel"},
+}};
+
+UsageError unknown(std::string_view argument) {
+  return {fmt::format("unknown argument '{}'", argument)};
+}
+
+Command parseDictate(Arguments rest) {
+  if (rest.size() != 1) return UsageError{"dictate takes one of begin, finish, toggle, cancel"};
+  auto action = dictateAction(rest[0]);
+  if (!action) return UsageError{fmt::format("'{}' is not one of begin, finish, toggle, cancel", rest[0])};
+  return DictateCommand{*action};
+}
+
+Command parseSignIn(Arguments rest, bool registering) {
+  std::string_view name = registering ? "register" : "sign-in";
+  if (rest.empty()) return UsageError{fmt::format("{} takes an e-mail address", name)};
+  if (rest.size() > 1) {
+    return UsageError{fmt::format("{} takes an e-mail address and nothing else; the password is asked for",
+                                  name)};
+  }
+  if (rest[0].starts_with("-") || rest[0].find('@') == std::string::npos) {
+    return UsageError{fmt::format("'{}' is no e-mail address", rest[0])};
+  }
+  return SignInCommand{.email = rest[0], .registering = registering};
+}
+
+std::optional<int> parseLimit(std::string_view text) {
+  int value = 0;
+  auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+  if (error != std::errc() || end != text.data() + text.size() || value < 1) return std::nullopt;
+  return value;
+}
+
+Command parseHistory(Arguments rest) {
+  HistoryCommand command;
+  for (std::size_t i = 0; i < rest.size(); ++i) {
+    const std::string& option = rest[i];
+    if (option == "--json") {
+      command.json = true;
+      continue;
+    }
+    if (option != "--search" && option != "--limit") return unknown(option);
+    if (++i == rest.size()) return UsageError{fmt::format("{} needs a value", option)};
+    if (option == "--search") {
+      command.search = rest[i];
+      continue;
+    }
+    auto limit = parseLimit(rest[i]);
+    if (!limit) return UsageError{fmt::format("'{}' is no whole number above 0", rest[i])};
+    command.limit = *limit;
+  }
+  return command;
+}
+
+}  // namespace
+
+Command parseCommandLine(Arguments arguments, std::string_view version) {
+  if (arguments.empty()) return RunCommand{};
+  const std::string& first = arguments[0];
+  Arguments rest = arguments.subspan(1);
+  if (first == "dictate") return parseDictate(rest);
+  if (first == "register" || first == "sign-in") return parseSignIn(rest, first == "register");
+  if (first == "history") return parseHistory(rest);
+  if (!rest.empty()) return unknown(rest[0]);
+  if (first == "--hidden") return RunCommand{.hidden = true};
+  if (first == "sign-out") return SignOutCommand{};
+  if (first == "--help" || first == "-h") return PrintCommand{std::string(usage)};
+  if (first == "--version") return PrintCommand{fmt::format("pell {}\n", version)};
+  return unknown(first);
+}
+
+std::string_view word(DictateAction action) {
+  for (const auto& [candidate, text] : actions) {
+    if (candidate == action) return text;
+  }
+  return "";
+}
+
+std::optional<DictateAction> dictateAction(std::string_view text) {
+  for (const auto& [action, candidate] : actions) {
+    if (candidate == text) return action;
+  }
+  return std::nullopt;
+}
+
+}  // namespace pell

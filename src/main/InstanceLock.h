@@ -1,0 +1,30 @@
+// One running application for each user session.
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace pell {
+
+/// The private folder in which the running application is found: `$XDG_RUNTIME_DIR/pell`, or a folder of
+/// the user's own below the temporary directory. Created with the mode 0700. Empty if there is no folder
+/// that belongs to the user alone.
+std::filesystem::path runtimeFolder();
+
+/// Held from start to end by the one instance; the kernel lets it go when the process dies.
+class InstanceLock {
+ public:
+  explicit InstanceLock(const std::filesystem::path& file);
+  ~InstanceLock();
+  InstanceLock(const InstanceLock&) = delete;
+  InstanceLock& operator=(const InstanceLock&) = delete;
+
+  /// False when another process holds it.
+  bool isHeld() const { return held_; }
+
+ private:
+  int descriptor_ = -1;
+  bool held_ = false;
+};
+
+}  // namespace pell

@@ -1,0 +1,51 @@
+#include "app/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace pell {
+namespace {
+
+Command parse(std::vector<std::string> arguments) { return parseCommandLine(arguments, "1.2.3"); }
+
+TEST(CommandLineTest, UnderstandsEveryCommand) {
+  EXPECT_EQ(parse({}), Command(RunCommand{}));
+  EXPECT_EQ(parse({"--hidden"}), Command(RunCommand{.hidden = true}));
+  EXPECT_EQ(parse({"dictate", "finish"}), Command(DictateCommand{DictateAction::finish}));
+  EXPECT_EQ(parse({"register", "a@b.c"}), Command(SignInCommand{.email = "a@b.c", .registering = true}));
+  EXPECT_EQ(parse({"sign-in", "a@b.c"}), Command(SignInCommand{.email = "a@b.c"}));
+  EXPECT_EQ(parse({"sign-out"}), Command(SignOutCommand{}));
+  EXPECT_EQ(parse({"history", "--search", "--json", "--limit", "7"}),
+            Command(HistoryCommand{.search = "--json", .limit = 7}));
+  EXPECT_EQ(parse({"--version"}), Command(PrintCommand{"pell 1.2.3\n"}));
+}
+
+TEST(CommandLineTest, WrongLinesAreUsageErrorsThatNameTheCulprit) {
+  const std::vector<std::pair<std::vector<std::string>, std::string>> cases{
+      {{"dance"}, "dance"},
+      {{"dictate"}, "begin"},
+      {{"dictate", "louder"}, "louder"},
+      {{"sign-in"}, "e-mail"},
+      {{"sign-in", "nobody"}, "nobody"},
+      {{"sign-in", "a@b.c", "secret"}, "password"},
+      {{"sign-out", "now"}, "now"},
+      {{"history", "--limit"}, "--limit"},
+      {{"history", "--limit", "0"}, "'0'"},
+      {{"history", "--limit", "12x"}, "12x"},
+      {{"history", "--since"}, "--since"},
+      {{"--version", "extra"}, "extra"},
+  };
+  for (const auto& [arguments, culprit] : cases) {
+    Command command = parse(arguments);
+    auto* error = std::get_if<UsageError>(&command);
+    ASSERT_TRUE(error) << arguments[0];
+    EXPECT_NE(error->message.find(culprit), std::string::npos) << error->message;
+  }
+  // A password given by mistake is not repeated on the screen.
+  Command command = parse({"register", "a@b.c", "secret"});
+  EXPECT_EQ(std::get<UsageError>(command).message.find("secret"), std::string::npos);
+}
+
+}  // namespace
+}  // namespace pell
