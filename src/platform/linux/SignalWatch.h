@@ -7,24 +7,23 @@
 
 namespace pell {
 
-/// Turns SIGTERM, SIGINT and SIGHUP into work on an executor. Made first thing in `main`, before any other
-/// thread starts, as the signals are blocked in every thread that is started afterwards.
+/// Turns SIGTERM, SIGINT and SIGHUP into work on an executor. One in a process. The signals are handled
+/// and not blocked, so that programs started from here get them as usual.
 class SignalWatch {
  public:
-  SignalWatch();
+  /// `handler` runs on `executor` for each signal. Both must outlive the watch.
+  SignalWatch(Executor& executor, std::function<void(int signal)> handler);
+
+  /// The signals act as they did before.
   ~SignalWatch();
   SignalWatch(const SignalWatch&) = delete;
   SignalWatch& operator=(const SignalWatch&) = delete;
 
-  /// `handler` runs on `executor` for each signal from now on, also for one that came before. Once.
-  void start(Executor& executor, std::function<void(int signal)> handler);
-
-  /// Lets the signals of this process through to a child; called between fork and exec.
-  static void unblockInChild();
-
  private:
-  int descriptor_ = -1;
-  int wake_ = -1;
+  void forward(Executor& executor, const std::function<void(int)>& handler) const;
+
+  int reading_ = -1;
+  int writing_ = -1;
   std::thread thread_;
 };
 
