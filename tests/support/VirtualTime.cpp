@@ -80,6 +80,8 @@ SerialExecutorFactory VirtualTime::serialExecutors() {
 void VirtualTime::runReady() { core_->runUntil(core_->now); }
 void VirtualTime::advance(Seconds span) { core_->runUntil(core_->now + toNanoseconds(span)); }
 
+void VirtualTime::block(Seconds span) { core_->now += toNanoseconds(span); }
+
 bool VirtualTime::step() {
   if (core_->items.empty()) return false;
   return core_->runNext(core_->items.begin()->first.first);

@@ -29,6 +29,9 @@ class VirtualTime final : public WallClock {
   /// Moves the clock by `span`, running what falls due on the way, each at its own instant.
   void advance(Seconds span);
 
+  /// A blocking call: the clock moves by `span` while nothing runs. What fell due meanwhile runs late.
+  void block(Seconds span);
+
   /// Runs the next piece of work, moving the clock to it if it is due later. False if there is none.
   bool step();
 

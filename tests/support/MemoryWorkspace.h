@@ -1,0 +1,35 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "platform/Workspace.h"
+#include "support/MemoryDesktop.h"
+
+namespace pell::testing {
+
+class MemoryWorkspace final : public Workspace {
+ public:
+  explicit MemoryWorkspace(MemoryDesktop& desktop) : desktop_(desktop) {}
+
+  bool canOpen = true;
+  std::vector<std::string> opened;
+
+  std::optional<RunningApplication> frontmostApplication() const override {
+    if (auto* front = desktop_.frontmost()) return front->info;
+    return std::nullopt;
+  }
+  bool isSelfActive() const override {
+    auto* front = desktop_.frontmost();
+    return front && front->info.processIdentifier == MemoryDesktop::ownProcess;
+  }
+  bool open(const std::string& address) override {
+    if (canOpen) opened.push_back(address);
+    return canOpen;
+  }
+
+ private:
+  MemoryDesktop& desktop_;
+};
+
+}  // namespace pell::testing
