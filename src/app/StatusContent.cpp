@@ -1,0 +1,44 @@
+#include "app/StatusContent.h"
+
+#include <fmt/format.h>
+
+namespace pell {
+namespace {
+
+StatusContent idle(const StatusInput& input, const Words& words) {
+  if (!input.hasAccessibility) {
+    return {.title = "Pell",
+            .detail = "The desktop's accessibility service is off, so Pell cannot watch the key."};
+  }
+  return {.title = "Pell", .detail = label(input.trigger, words)};
+}
+
+StatusContent recording(const StatusInput& input, const Words& words) {
+  const char* verb = isPushToTalk(input.trigger) ? "Release" : "Press";
+  return {.title = "Listening…",
+          .detail = fmt::format("{} {} to finish · esc cancels", verb, glyph(input.trigger, words))};
+}
+
+}  // namespace
+
+StatusContent statusContent(const StatusInput& input, const Words& words) {
+  StatusContent content;
+  if (std::holds_alternative<phase::Recording>(input.phase)) {
+    content = recording(input, words);
+  } else if (std::holds_alternative<phase::Transcribing>(input.phase)) {
+    content = {.title = input.isPolishing ? "Polishing…" : "Transcribing…", .detail = {}};
+  } else if (auto* finished = std::get_if<phase::Finished>(&input.phase)) {
+    content = {.title = finished->message, .detail = {}};
+  } else if (auto* failed = std::get_if<phase::Failed>(&input.phase)) {
+    content = {.title = "Dictation failed", .detail = failed->message};
+  } else {
+    content = idle(input, words);
+  }
+  const bool isRecording = std::holds_alternative<phase::Recording>(input.phase);
+  content.tooltip = content.detail.empty() ? content.title : content.title + "\n" + content.detail;
+  content.toggleTitle = isRecording ? "End Dictation" : "Start Dictation";
+  content.canCancel = isRecording;
+  return content;
+}
+
+}  // namespace pell
