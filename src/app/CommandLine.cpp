@@ -1,9 +1,8 @@
 #include "app/CommandLine.h"
 
-#include <fmt/format.h>
-
 #include <array>
 #include <charconv>
+#include <fmt/format.h>
 #include <utility>
 
 namespace pell {
@@ -38,9 +37,7 @@ constexpr std::array<std::pair<DictateAction, std::string_view>, 4> actions{{
     {DictateAction::cancel, "cancel"},
 }};
 
-UsageError unknown(std::string_view argument) {
-  return {fmt::format("unknown argument '{}'", argument)};
-}
+UsageError unknown(std::string_view argument) { return {fmt::format("unknown argument '{}'", argument)}; }
 
 Command parseDictate(Arguments rest) {
   if (rest.size() != 1) return UsageError{"dictate takes one of begin, finish, toggle, cancel"};
@@ -53,8 +50,8 @@ Command parseSignIn(Arguments rest, bool registering) {
   std::string_view name = registering ? "register" : "sign-in";
   if (rest.empty()) return UsageError{fmt::format("{} takes an e-mail address", name)};
   if (rest.size() > 1) {
-    return UsageError{fmt::format("{} takes an e-mail address and nothing else; the password is asked for",
-                                  name)};
+    return UsageError{
+        fmt::format("{} takes an e-mail address and nothing else; the password is asked for", name)};
   }
   if (rest[0].starts_with("-") || rest[0].find('@') == std::string::npos) {
     return UsageError{fmt::format("'{}' is no e-mail address", rest[0])};

@@ -7,9 +7,7 @@ namespace {
 
 using nlohmann::json;
 
-std::string dump(const json& object) {
-  return object.dump(-1, ' ', false, json::error_handler_t::replace);
-}
+std::string dump(const json& object) { return object.dump(-1, ' ', false, json::error_handler_t::replace); }
 
 /// The object's text under `key`: empty when there is none, absent when it is no text.
 std::optional<std::string> text(const json& object, const char* key) {

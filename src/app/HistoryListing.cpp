@@ -1,7 +1,6 @@
 #include "app/HistoryListing.h"
 
 #include <fmt/format.h>
-
 #include <nlohmann/json.hpp>
 #include <ranges>
 

@@ -12,8 +12,8 @@ namespace pell {
 /// Gives a moment in the words of the user's clock, as "2026-03-01 09:41".
 using TimeLabel = std::function<std::string(Date)>;
 
-/// One block for each record, newest last, so that the newest stands above the prompt. Control characters in the
-/// texts are shown and not sent to the terminal.
+/// One block for each record, newest last, so that the newest stands above the prompt. Control characters in
+/// the texts are shown and not sent to the terminal.
 std::string historyText(const std::vector<DictationRecord>& records, const TimeLabel& time);
 
 /// A JSON array, newest first, with the field names of the table; dates are seconds since 1970.

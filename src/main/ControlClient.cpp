@@ -1,12 +1,11 @@
 #include "main/ControlClient.h"
 
+#include <cstring>
 #include <poll.h>
+#include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
-
-#include <cstring>
-#include <string>
 
 namespace pell {
 namespace {

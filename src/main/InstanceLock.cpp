@@ -1,12 +1,11 @@
 #include "main/InstanceLock.h"
 
+#include <cstdlib>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cstdlib>
 
 namespace pell {
 namespace {

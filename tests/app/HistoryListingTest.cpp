@@ -1,8 +1,7 @@
-#include "app/HistoryListing.h"
-
 #include <gtest/gtest.h>
-
 #include <nlohmann/json.hpp>
+
+#include "app/HistoryListing.h"
 
 namespace pell {
 namespace {
@@ -18,11 +17,15 @@ TEST(HistoryListingTest, NewestStandsLastAndEscapesDoNotReachTheTerminal) {
   newest.targetApp = "Ma\x07il";
   newest.delivery = DictationRecord::Delivery::pasted;
   std::string text = historyText({newest, record("first\nline", 1)}, seconds);
-  EXPECT_EQ(text, "1  1 word · Saved only\nfirst\nline\n\n2  1 word · Pasted · Ma\\x07il\nsecond\\x1b[2J\n\n");
+  EXPECT_EQ(text,
+            "1  1 word · Saved only\nfirst\nline\n\n2  1 word · Pasted · Ma\\x07il\nsecond\\x1b[2J\n\n");
 }
 
 TEST(HistoryListingTest, JsonKeepsEveryFieldAndSurvivesBadBytes) {
-  auto bad = record("a\xff" "b\x1b", 1.5);
+  auto bad = record(
+      "a\xff"
+      "b\x1b",
+      1.5);
   bad.rawText = "raw";
   auto parsed = nlohmann::json::parse(historyJson({bad}));
   ASSERT_EQ(parsed.size(), 1u);

@@ -1,12 +1,11 @@
 #include "platform/linux/SignalWatch.h"
 
-#include <fcntl.h>
-#include <pthread.h>
-#include <unistd.h>
-
 #include <atomic>
 #include <cerrno>
 #include <csignal>
+#include <fcntl.h>
+#include <pthread.h>
+#include <unistd.h>
 
 namespace pell {
 namespace {
