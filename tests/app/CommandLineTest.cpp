@@ -1,8 +1,7 @@
-#include "app/CommandLine.h"
-
 #include <gtest/gtest.h>
-
 #include <vector>
+
+#include "app/CommandLine.h"
 
 namespace pell {
 namespace {

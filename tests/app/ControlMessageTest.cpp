@@ -1,6 +1,6 @@
-#include "app/ControlMessage.h"
-
 #include <gtest/gtest.h>
+
+#include "app/ControlMessage.h"
 
 namespace pell {
 namespace {
