@@ -1,0 +1,1 @@
+"""Drives the real programs inside a private desktop."""
