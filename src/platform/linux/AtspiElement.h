@@ -1,0 +1,68 @@
+// Elements of other applications, as the accessibility port shows them.
+#pragma once
+
+#include <functional>
+#include <memory>
+
+#include "platform/AccessibilityTree.h"
+#include "platform/OwnElements.h"
+#include "platform/linux/AtspiObject.h"
+
+namespace pell {
+
+inline constexpr Seconds standardMessagingTimeout{0.75};
+
+/// One accessible object.
+class AtspiElement : public AccessibilityElement {
+ public:
+  AtspiElement(std::shared_ptr<AtspiBus> bus, AtspiAddress address, Seconds timeout);
+
+  void setMessagingTimeout(Seconds limit) override { timeout_ = limit; }
+  AccessibilityReading copyAttribute(std::string_view name) override;
+  std::vector<std::string> attributeNames() override;
+  Settable isSettable(std::string_view name) override;
+  AccessibilityError setAttribute(std::string_view name, std::string_view utf8) override;
+
+ private:
+  AtspiObject object() const { return {*bus_, address_, AtspiDeadline(timeout_)}; }
+  AccessibilityReading role() const;
+  AccessibilityReading subrole() const;
+  AccessibilityReading selectedText() const;
+  AccessibilityReading document() const;
+  AccessibilityReading url() const;
+  AccessibilityReading children() const;
+
+  std::shared_ptr<AtspiBus> bus_;
+  AtspiAddress address_;
+  Seconds timeout_;
+};
+
+/// An application, or the system as a whole when `process` gives the active application's process. Its own
+/// attributes are the focus; it has no text.
+class AtspiApplicationElement : public AccessibilityElement {
+ public:
+  struct Parts {
+    std::shared_ptr<AtspiBus> bus;
+    /// 0 when there is none.
+    std::function<int()> process;
+    /// May be null.
+    OwnElements* own = nullptr;
+  };
+  explicit AtspiApplicationElement(Parts parts) : parts_(std::move(parts)) {}
+
+  void setMessagingTimeout(Seconds limit) override { timeout_ = limit; }
+  AccessibilityReading copyAttribute(std::string_view name) override;
+  std::vector<std::string> attributeNames() override;
+  Settable isSettable(std::string_view name) override;
+  AccessibilityError setAttribute(std::string_view name, std::string_view utf8) override;
+
+ private:
+  AccessibilityReading focus(int process);
+  AccessibilityReading window(int process);
+  AccessibilityReading elementAt(AtspiAnswer<AtspiAddress> found);
+
+  Parts parts_;
+  Seconds timeout_ = standardMessagingTimeout;
+};
+
+}  // namespace pell
