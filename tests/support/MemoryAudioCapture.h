@@ -47,6 +47,12 @@ class MemoryAudioCapture final : public AudioCapture {
   }
   bool isAsking() const { return !prompts_.empty(); }
 
+  /// The microphone is unplugged.
+  void loseDevice(const std::string& description) {
+    hasDevice = false;
+    die(description);
+  }
+
   /// Every running capture dies by itself.
   void die(const std::string& description) {
     for (const auto& weak : states_) {

@@ -16,7 +16,8 @@ namespace pell::testing {
 struct MemoryApplication {
   RunningApplication info;
   std::shared_ptr<MemoryElement> element;  // the application itself
-  std::shared_ptr<MemoryElement> focus;    // null when nothing in it has the focus
+  std::shared_ptr<MemoryElement> window;
+  std::shared_ptr<MemoryElement> focus;  // null when nothing in it has the focus
   PasteTarget pasteTarget = PasteTarget::ordinary;
 };
 
@@ -46,8 +47,13 @@ class MemoryDesktop {
   /// Starts an application and brings it to the front.
   MemoryApplication& launch(RunningApplication info) {
     if (info.processIdentifier == 0) info.processIdentifier = nextProcess_++;
-    auto& application = applications_.emplace_back(MemoryApplication{
-        .info = std::move(info), .element = makeElement("AXApplication"), .focus = nullptr});
+    auto& application = applications_.emplace_back(MemoryApplication{.info = std::move(info),
+                                                                     .element = makeElement("AXApplication"),
+                                                                     .window = makeElement("AXWindow"),
+                                                                     .focus = nullptr});
+    application.element->attributes.emplace(accessibility::focusedWindow,
+                                            AccessibilityElementRef(application.window));
+    application.window->attributes.emplace(accessibility::children, std::vector<AccessibilityElementRef>());
     front_ = &application;
     return application;
   }
@@ -58,6 +64,14 @@ class MemoryDesktop {
     auto& editor = launch({.bundleIdentifier = std::move(identifier), .localizedName = std::move(name)});
     editor.focus = makeTextElement();
     return editor;
+  }
+
+  /// An application ends. Nothing is in front if it was.
+  void quit(int processIdentifier) {
+    if (front_ && front_->info.processIdentifier == processIdentifier) front_ = nullptr;
+    std::erase_if(applications_, [&](const auto& application) {
+      return application.info.processIdentifier == processIdentifier;
+    });
   }
 
   void activate(MemoryApplication& application) { front_ = &application; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <utility>
 #include <vector>
 
@@ -20,6 +21,10 @@ class MemoryEventTaps final : public EventTapService {
 
  public:
   explicit MemoryEventTaps(MemoryDesktop& desktop) : desktop_(desktop) {}
+
+  static constexpr int controlKey = 59;
+  static constexpr int shiftKey = 56;
+  static constexpr int functionKey = 63;
 
   bool available = true;
   int created = 0;
@@ -41,6 +46,23 @@ class MemoryEventTaps final : public EventTapService {
       if (callback(event) && held->mode == TapMode::active) return true;
     }
     return false;
+  }
+
+  /// A key goes down or up; the taps see what a keyboard makes of it. False from `press` if a tap swallowed
+  /// it. Modifier keys are those of `keycode` and `controlKey`, `shiftKey`, `functionKey`.
+  bool press(int keyCode) {
+    if (flagOf(keyCode) == 0) return !keyDown(keyCode, flags());
+    held_.insert(keyCode);
+    flagsChanged(keyCode, flags());
+    return true;
+  }
+  void release(int keyCode) {
+    if (held_.erase(keyCode) > 0) flagsChanged(keyCode, flags());
+  }
+  std::uint64_t flags() const {
+    std::uint64_t all = 0;
+    for (int keyCode : held_) all |= flagOf(keyCode);
+    return all;
   }
 
   bool keyDown(int keyCode, std::uint64_t flags = 0) {
@@ -84,7 +106,26 @@ class MemoryEventTaps final : public EventTapService {
     std::shared_ptr<Wire> wire_;
   };
 
+  static std::uint64_t flagOf(int keyCode) {
+    switch (keyCode) {
+      case keycode::leftOption:
+      case keycode::rightOption:
+        return modifier::option;
+      case keycode::rightCommand:
+        return modifier::command;
+      case controlKey:
+        return modifier::control;
+      case shiftKey:
+        return modifier::shift;
+      case functionKey:
+        return modifier::function;
+      default:
+        return 0;
+    }
+  }
+
   MemoryDesktop& desktop_;
+  std::set<int> held_;
   std::vector<std::weak_ptr<Wire>> wires_;
 };
 
