@@ -19,8 +19,6 @@ namespace pell {
 /// One observable object over the user defaults: loaded once, written back at each assignment. Made once
 /// and shared by reference. Main thread only; other threads are given values.
 class AppSettings {
- private:
-  UserDefaults& defaults_;  // first, as every preference below writes to it
   LoginItem& loginItem_;
   const Log& log_;
 

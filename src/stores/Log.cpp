@@ -13,10 +13,14 @@ bool fitsJson(const LogValue& value) {
 
 std::string_view name(LogLevel level) {
   switch (level) {
-    case LogLevel::debug: return "DEBUG";
-    case LogLevel::info: return "INFO";
-    case LogLevel::warn: return "WARN";
-    case LogLevel::error: return "ERROR";
+    case LogLevel::debug:
+      return "DEBUG";
+    case LogLevel::info:
+      return "INFO";
+    case LogLevel::warn:
+      return "WARN";
+    case LogLevel::error:
+      return "ERROR";
   }
   return "INFO";
 }

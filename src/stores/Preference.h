@@ -15,7 +15,12 @@ class Preference {
  public:
   using Store = std::function<void(const T&)>;
 
-  Preference(T value, Store store) : value_(std::move(value)), store_(std::move(store)) {}
+  struct Loaded {
+    T value;
+    Store store;
+  };
+
+  explicit Preference(Loaded loaded) : value_(std::move(loaded.value)), store_(std::move(loaded.store)) {}
   Preference(const Preference&) = delete;
 
   const T& get() const { return value_.get(); }
