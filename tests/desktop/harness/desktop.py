@@ -23,6 +23,15 @@ INHERITED = """
     GNOME_KEYRING_CONTROL SSH_AUTH_SOCK http_proxy https_proxy HTTP_PROXY HTTPS_PROXY ALL_PROXY all_proxy
 """.split()
 
+# No keys of the window manager's own: its Alt+Escape would take the focus away from the scenario's program.
+OPENBOX = """<openbox_config xmlns="http://openbox.org/3.4/rc">
+  <focus><focusNew>yes</focusNew></focus>
+  <mouse><context name="Client">
+    <mousebind button="Left" action="Press"><action name="Focus"/><action name="Raise"/></mousebind>
+  </context></mouse>
+</openbox_config>
+"""
+
 
 @dataclasses.dataclass
 class Parts:
@@ -80,7 +89,9 @@ class Desktop:
         # These come up side by side and are waited for together.
         waits = []
         if self.parts.window_manager:
-            self.run("openbox", "openbox", "--sm-disable")
+            config = self.folder / "openbox.xml"
+            config.write_text(OPENBOX)
+            self.run("openbox", "openbox", "--sm-disable", "--config-file", config)
             waits.append(("the window manager", self._has_window_manager))
         if self.parts.accessibility != "none":
             switch = "1" if self.parts.accessibility == "on" else "0"

@@ -1,0 +1,352 @@
+"""Files, options and surroundings that are wrong: a clear sentence, nothing lost, nothing hanging."""
+
+import json
+import os
+import shutil
+import signal
+import subprocess
+import time
+
+from harness import clients, clipboard
+from harness.clients import EMAIL, PASSWORD, PROGRAMS, run_once
+from harness.processes import Skip, poll
+from harness.runner import scenario
+from scenarios.failing import build_shim
+
+USAGE = [
+    ("pell", ["nonsense"], 2),
+    ("pell", ["dictate"], 2),
+    ("pell", ["dictate", "sideways"], 2),
+    ("pell", ["history", "--limit", "many"], 2),
+    ("pell", ["history", "--limit", "-1"], 2),
+    ("pell", ["register"], 2),
+    ("pell", ["register", "no address"], 2),
+    ("pell", ["register", EMAIL, "a password"], 2),
+    ("pell", ["--hidden", "--nonsense"], 2),
+    ("pell-server", ["--nonsense"], 2),
+    ("pell-server", ["--listen"], 2),
+    ("pell-server", ["--listen", "nowhere"], 2),
+    ("pell-server", ["--listen", "127.0.0.1:99999"], 2),
+    ("pell-server", ["--minutes-per-month", "some"], 2),
+    ("pell-server", ["--data", "/dev/null/nothing"], 1),
+    ("pell", ["dictate", "begin"], 1),  # no pell runs
+]
+
+
+@scenario(limit=90)
+def command_lines(world):
+    for program, arguments, code in USAGE:
+        outcome = run_once(world.desktop, program, *arguments, timeout=10)
+        what = f"{program} {' '.join(arguments)}"
+        world.expect(outcome.code, code, f"{what}: the exit code (it said {outcome.err!r})")
+        world.check(outcome.err.strip(), f"{what}: nothing on standard error")
+    for program in ("pell", "pell-server"):
+        for option in ("--help", "--version"):
+            outcome = run_once(world.desktop, program, option, timeout=10)
+            world.expect((outcome.code, bool(outcome.out), outcome.err), (0, True, ""), f"{program} {option}")
+
+
+@scenario()
+def accounts(world):
+    """Registering, signing in and out, with and without a running pell, and what is refused."""
+    world.setup(editor=None, transcript="Mine.", start=False)
+    pell = world.pell
+    twice = pell.command("register", EMAIL, stdin=PASSWORD + "\n")
+    world.expect(twice.code, 1, "registering twice")
+    world.check(twice.err.strip(), "registering twice says nothing")
+    empty = pell.command("sign-in", EMAIL, stdin="")
+    world.check(empty.code in (1, 2) and empty.err.strip(), f"no password: {empty}")
+    wrong = pell.command("sign-in", EMAIL, stdin="wrong password 12\n")
+    world.check(wrong.code == 1 and wrong.err.strip(), f"a wrong password: {wrong}")
+    pell.start("--hidden")
+    pell.must("sign-out")
+    end = world.dictate()
+    world.expect(end.get("reason"), "Your session expired. Sign in again.", "a dictation while signed out")
+    pell.must("sign-in", EMAIL, stdin=PASSWORD + "\n")
+    world.expect(world.dictate()["event"], "delivered", "a dictation after signing in")
+    world.server.stop()
+    world.proxy.close()
+    down = pell.command("sign-in", EMAIL, stdin=PASSWORD + "\n")
+    world.check(down.code == 1 and "reach the server" in down.err, f"with the server down: {down}")
+
+
+@scenario()
+def history_listing(world):
+    world.setup(editor="gtk")
+    for text in ("First entry.", "Second: नमस्ते.", "Third\x1b[31m entry."):
+        world.answer(text)
+        world.dictate()
+        poll("the row", lambda: any(row["text"] == text for row in world.pell.rows()))
+    rows = json.loads(world.pell.must("history", "--json"))
+    world.expect([row["text"] for row in rows], ["Third\x1b[31m entry.", "Second: नमस्ते.", "First entry."], "history --json")
+    found = json.loads(world.pell.must("history", "--json", "--search", "नमस्ते"))
+    world.expect([row["text"] for row in found], ["Second: नमस्ते."], "a search")
+    world.expect(len(json.loads(world.pell.must("history", "--json", "--limit", "1"))), 1, "rows with a limit of one")
+    plain = world.pell.must("history")
+    world.check("First entry." in plain and "\x1b" not in plain, f"the plain listing: {plain!r}")
+    world.pell.stop()
+    world.expect(json.loads(world.pell.must("history", "--json")), rows, "the history without a running pell")
+
+
+@scenario(over=["garbage", "empty", "half", "list"])
+def damaged_defaults(world, kind):
+    """Kept aside, defaults used. Without its address pell looks for its server at the usual place."""
+    damaged = {"garbage": b"\x00\xffnot json", "empty": b"", "half": b'{"apiBaseURL": "http', "list": b"[1, 2]"}[kind]
+    world.setup(transcript="Unread.", start=False)
+    world.pell.defaults_file.write_bytes(damaged)
+    world.pell.start("--hidden")
+    aside = [file for file in world.pell.config.iterdir() if file.name != "defaults.json"]
+    if damaged:
+        world.check(any(file.read_bytes() == damaged for file in aside), f"not kept aside; there is {aside}")
+        told = [entry for entry in world.pell.events() if entry["level"] in ("WARN", "ERROR")]
+        world.check("defaults" in world.pell.output().lower() and told, "the log does not tell")
+    world.expect(world.pell.stop(), 0, "the exit code")
+
+
+@scenario()
+def strange_defaults(world):
+    """Values of the wrong kind count as absent, one by one."""
+    defaults = {"hotKeyTrigger": 7, "injectionMode": "sideways", "playSounds": "maybe", "dictationLanguage": None}
+    defaults |= {"appStyleRules": [1], "showDictationBar": {"a": 1}, "unknownKey": {"deep": [1, {"x": None}]}}
+    world.setup(transcript="Still works.", defaults=defaults)
+    world.hold()
+    world.editor.wait_text("Still works.")
+
+
+@scenario(over=["garbage", "folder", "truncated"])
+def damaged_database(world, kind):
+    """The damaged file is not lost, and dictation goes on or a sentence says why not."""
+    world.setup(transcript="Words.", start=False)
+    database = world.pell.database
+    database.parent.mkdir(parents=True, exist_ok=True)
+    if kind == "garbage":
+        database.write_bytes(b"this is no database" * 500)
+    elif kind == "folder":
+        database.mkdir()
+    else:
+        world.pell.start("--hidden")
+        world.dictate()
+        world.pell.stop()
+        data = database.read_bytes()
+        for file in database.parent.glob("pell.db-*"):
+            file.unlink()
+        database.write_bytes(data[: len(data) // 2])
+        world.editor.clear()
+    before = database.read_bytes() if database.is_file() else None
+    world.pell.start("--hidden", wait=False)
+    poll("a launch or an end", lambda: not world.pell.process.running() or "app_launched" in world.pell.output(), 10)
+    told = [entry for entry in world.pell.events() if entry["level"] in ("WARN", "ERROR")]
+    world.check(told or world.pell.output().strip(), "nothing tells of the damage")
+    if world.pell.process.running():
+        world.pell.wait_event("accessibility_changed")
+        world.expect(world.dictate()["event"], "delivered", "a dictation beside a damaged history")
+        world.editor.wait_text("Words.")
+        world.pell.stop()
+    else:
+        world.check(world.pell.process.popen.returncode in (1, 2), f"it ended with {world.pell.process.popen.returncode}")
+    kept = [file.read_bytes() for file in database.parent.iterdir() if file.is_file()]
+    world.check(before is None or kind == "truncated" or before in kept, "the damaged file is gone")
+
+
+WITHOUT_OVERRIDE = ["setpriv", "--bounding-set=-dac_override,-dac_read_search"]
+
+
+@scenario()
+def read_only_database(world):
+    """The history cannot be written: the text still reaches the editor, and the log tells."""
+    if not shutil.which("setpriv"):
+        raise Skip("setpriv is not installed")
+    world.setup(transcript="Words without a history.")
+    world.dictate()
+    world.pell.stop()
+    world.editor.clear()
+    rows = len(world.pell.rows())
+    for file in world.pell.data.glob("pell.db*"):
+        file.chmod(0o400)
+    world.pell.data.chmod(0o500)
+    prefix = WITHOUT_OVERRIDE if os.geteuid() == 0 else []
+    try:
+        # Pell itself would repair the rights of what it owns; a file system that is read only stays so.
+        shim = read_only_shim(world)
+        world.pell.start("--hidden", prefix=prefix, env=shim, wait=False)
+        poll("a launch or an end", lambda: not world.pell.process.running() or "app_launched" in world.pell.output())
+        world.check(world.pell.process.running(), f"pell ended: {world.pell.output()}")
+        world.expect(world.dictate()["event"], "delivered", "the dictation")
+        world.editor.wait_text("Words without a history.")
+        told = [entry["event"] for entry in world.pell.events() if entry["level"] in ("WARN", "ERROR")]
+        world.check(told, "nothing tells that the history was not written")
+        world.pell.stop()
+    finally:
+        world.pell.data.chmod(0o700)
+    world.expect(len(world.pell.rows()), rows, "rows of the history")
+
+
+def read_only_shim(world):
+    """A disk on which every write below the history's folder fails from the start."""
+    switch = world.folder / "read-only"
+    switch.write_text("0")
+    return {
+        "LD_PRELOAD": str(build_shim(world)),
+        "FULL_DISK_BELOW": str(world.pell.data),
+        "FULL_DISK_SWITCH": str(switch),
+    }
+
+
+@scenario(audio=False)
+def no_sound_server(world):
+    world.setup(editor="gtk", transcript="Unheard.")
+    since = world.pell.mark()
+    world.steer("begin")
+    time.sleep(0.5)
+    world.steer("finish")
+    world.check(world.pell.process.running(), "pell ended")
+    world.check("delivered" not in [entry["event"] for entry in world.pell.events()[since:]], "something was delivered")
+    world.expect(world.editor.text(), "", "the editor")
+    world.desktop.start_audio()
+    poll("the microphone", world.desktop.has_microphone)
+    world.hum()
+    world.dictate()
+    world.editor.wait_text("Unheard.")
+
+
+@scenario(accessibility="none")
+def no_accessibility_bus(world):
+    """Pell runs, the command line dictates, and the text is on the clipboard."""
+    world.setup(editor=None, transcript="For the clipboard.")
+    world.expect(world.pell.wait_event("accessibility_changed")["granted"], False, "the grant")
+    world.dictate()
+    world.pell.wait_row("For the clipboard.", "failed")
+    poll("the text on the clipboard", lambda: clipboard.text(world.desktop) == "For the clipboard.")
+    world.expect(world.pell.stop(), 0, "the exit code")
+
+
+@scenario(keyring=False)
+def no_keyring(world):
+    """The sign-in goes to a private file, the log tells, and it lasts over a restart."""
+    world.setup(transcript="Without a keyring.")
+    world.dictate()
+    world.editor.wait_text("Without a keyring.")
+    told = [entry["event"] for entry in world.pell.events() if entry["level"] == "WARN"]
+    world.check(told, "the log has no warning")
+    world.pell.stop()
+    world.pell.start("--hidden")
+    world.editor.clear()
+    world.expect(world.dictate()["event"], "delivered", "a dictation after a restart")
+    for folder in (world.pell.config, world.pell.data):
+        for file in folder.rglob("*"):
+            if file.is_file() and file.name != "defaults.json":
+                world.expect(file.stat().st_mode & 0o077, 0, f"others' rights on {file.name}")
+
+
+COLLECTION = "/org/freedesktop/secrets/collection/login"
+
+
+@scenario(limit=90)
+def locked_keyring(world):
+    """A locked keyring hangs nothing and loses nothing: unlocked, the sign-in is still there."""
+    world.setup(transcript="Unlocked again.")
+    world.dictate()
+    world.pell.stop()
+    service = ("org.freedesktop.secrets", "/org/freedesktop/secrets", "org.freedesktop.Secret.Service.Lock")
+    world.desktop.gdbus(*service, f"['{COLLECTION}']")
+    world.editor.clear()
+    began = time.monotonic()
+    world.pell.start("--hidden")
+    end = world.dictate()
+    world.check(time.monotonic() - began < 12, f"it took {time.monotonic() - began:.1f} s")
+    world.expect((end["event"], end["reason"]), ("dictation_failed", "Your session expired. Sign in again."), "locked")
+    unlocked = subprocess.run(
+        ["gnome-keyring-daemon", "--unlock"], input=b"\n", env=world.desktop.env, capture_output=True, timeout=10
+    )
+    world.expect(unlocked.returncode, 0, f"unlocking ({unlocked.stderr.decode()})")
+    world.pell.stop()
+    world.pell.start("--hidden")
+    world.expect(world.dictate()["event"], "delivered", "a dictation with the keyring unlocked")
+    world.editor.wait_text("Unlocked again.")
+
+
+@scenario()
+def no_display(world):
+    """One sentence and exit code 1; the commands that need no screen still work."""
+    world.setup(editor=None, transcript="x", start=False)
+    for display in ({"DISPLAY": ""}, {"DISPLAY": ":7654"}):
+        outcome = world.pell.command(env=display | {"WAYLAND_DISPLAY": ""})
+        world.expect(outcome.code, 1, f"the exit code with {display}")
+        world.check("display" in outcome.err.lower(), f"it said {outcome.err!r}")
+        world.expect(world.pell.command("history", env=display).code, 0, "the history without a display")
+
+
+@scenario()
+def two_instances(world):
+    """The second brings the first forward and ends with 0; of two at once one stays."""
+    world.setup(editor=None, transcript="x", start=False)
+    first, second = (
+        world.desktop.run(f"pell-both-{number}", PROGRAMS / "pell", "--hidden") for number in (1, 2)
+    )
+    poll("one of two ending", lambda: first.running() != second.running())
+    time.sleep(0.5)
+    running, ended = (first, second) if first.running() else (second, first)
+    world.check(running.running(), "both ended")
+    world.expect(ended.popen.returncode, 0, "the exit code of the second")
+    for _ in range(3):
+        world.expect(world.pell.command(timeout=5).code, 0, "the exit code of another")
+    world.check(running.running(), "the first ended")
+    running.popen.kill()
+    running.popen.wait()
+    world.pell.start("--hidden")  # what a killed one left behind keeps nobody out
+    world.expect(world.pell.stop(), 0, "the exit code")
+
+
+@scenario()
+def address_in_use(world):
+    """Two servers on one port: the second says so; the first goes on."""
+    world.server = clients.Server(world.desktop)
+    outcome = run_once(
+        world.desktop, "pell-server", "--listen", f"127.0.0.1:{world.server.port}", "--data", str(world.folder / "other")
+    )
+    world.expect(outcome.code, 1, "the exit code")
+    world.check(outcome.err.strip(), "it says nothing")
+    world.check(world.server.answers(), "the first server ended")
+
+
+@scenario(over=["SIGTERM", "SIGINT", "SIGHUP"])
+def ends_on_request(world, name):
+    world.setup(editor=None, transcript="x")
+    world.begin()
+    began = time.monotonic()
+    world.expect(world.pell.stop(getattr(signal, name)), 0, "the exit code")
+    world.check(time.monotonic() - began < 3, "it took too long")
+    world.expect(world.pell.scratch_files(), [], "audio left behind")
+
+
+@scenario(tray=True)
+def tray_item(world):
+    """The tray shows an item of ours, and it looks different while recording."""
+    world.setup(editor="gtk", transcript="Seen.")
+    item = poll("an item in the tray", lambda: tray_window(world))
+
+    def look():
+        size = item.get_geometry()
+        return item.get_image(0, 0, size.width, size.height, 2, 0xFFFFFFFF).data
+
+    quiet = poll("a picture of the item", look)
+    with world.holding():
+        poll("another picture while recording", lambda: look() != quiet, 5)
+    world.editor.wait_text("Seen.")
+    poll("the first picture again", lambda: look() == quiet, 10)
+
+
+def tray_window(world):
+    display = world.desktop.display
+    info, owner = display.intern_atom("_XEMBED_INFO"), display.intern_atom("_NET_WM_PID")
+
+    def below(window):
+        for child in window.query_tree().children:
+            pid = child.get_full_property(owner, 0)
+            if child.get_full_property(info, 0) and pid and pid.value[0] == world.pell.process.pid:
+                return child
+            if found := below(child):
+                return found
+        return None
+
+    return below(display.screen().root)

@@ -1,0 +1,188 @@
+"""The whole road: keys, a voice, recognition, the history, the editor."""
+
+import time
+
+from harness import editors, keys, speech
+from harness.runner import scenario
+from harness.processes import poll
+
+SENTENCES = {
+    "gtk": "the weather is very nice today and we are going to walk in the park",
+    "qt": "please send me the report before the end of the week",
+}
+
+
+@scenario(over=["gtk", "qt"], limit=90)
+def spoken_words_arrive(world, kind):
+    """Hold, speak, release. The one scenario where the recogniser is the real one."""
+    world.setup(editor=kind, transcript=None)
+    sentence = SENTENCES[kind]
+    end = world.speak(sentence)
+    world.expect(end["event"], "delivered", "the dictation")
+    row = world.pell.rows()[-1]
+    wrong = speech.distance(sentence, row["text"])
+    world.check(wrong <= 2, f"{wrong} words wrong: {row['text']!r} for {sentence!r}")
+    world.editor.wait_text(row["text"])
+    world.pell.wait_row(row["text"], world.editor.delivery)
+    world.check(row["duration"] > 2, f"a recording of {row['duration']} s")
+    world.pell.wait_silent()
+
+
+@scenario(limit=180, long_limit=900)
+def long_speech_ends_in_text(world):
+    """Four minutes with --long: longer than any single wait on the connection may last."""
+    world.setup(editor="gtk", transcript=None)
+    length = world.count(25, 240)
+    sentence = SENTENCES["gtk"]
+    speech.spoken(sentence)
+    since = world.pell.mark()
+    world.double_tap()
+    world.wait_recording()
+    until = time.monotonic() + length
+    said = 0
+    while time.monotonic() < until:
+        speech.say(world.desktop, sentence)
+        said += len(sentence.split())
+    world.keys.tap(keys.ALT_LEFT, seconds=0.04)
+    end = world.pell.wait_delivered(since, timeout=length + 60)
+    world.expect(end["event"], "delivered", "the dictation")
+    row = world.pell.rows()[-1]
+    world.editor.wait_text(row["text"], timeout=30)
+    heard = len(speech.words(row["text"]))
+    world.check(heard > 0.8 * said, f"{heard} words of {said}")
+
+
+@scenario(over=["mousepad", "featherpad"])
+def everyday_editors(world, kind):
+    world.setup(editor=kind, transcript="Words for an editor of the system.")
+    world.hold()
+    text = world.pell.rows()[-1]["text"]
+    world.editor.wait_text(text)
+    world.pell.wait_row(text, world.editor.delivery)
+
+
+@scenario()
+def hands_free(world):
+    """Double tap, speak with the key up, tap. Typing meanwhile changes nothing."""
+    world.setup(transcript="Hands free.")
+    since = world.pell.mark()
+    world.double_tap()
+    world.wait_recording()
+    world.keys.type("ab")
+    world.check(world.pell.records(), "typing ended a hands-free recording")
+    world.keys.tap(keys.ALT_LEFT, seconds=0.04)
+    world.expect(world.pell.wait_delivered(since)["event"], "delivered", "the dictation")
+    world.editor.wait_text("abHands free.")
+    # A lone tap does nothing: no recording, no text, no menu.
+    world.keys.tap(keys.ALT_LEFT, seconds=0.04)
+    time.sleep(0.6)  # past the hold's threshold and the window of a double tap
+    world.check(not world.pell.records(), "a lone tap started a recording")
+    world.pell.wait_silent()
+
+
+@scenario()
+def control_alt_space(world):
+    """Starts and stops, with any lock on, and the space never reaches the editor."""
+    world.setup(transcript="Toggled.", defaults={"hotKeyTrigger": "toggleControlOptionSpace"})
+    expected = ""
+    for lock in (None, keys.NUM_LOCK, keys.NUM_LOCK):
+        if lock:
+            world.keys.tap(lock)
+        since = world.pell.mark()
+        world.keys.tap(keys.CONTROL_LEFT, keys.ALT_LEFT, keys.SPACE, seconds=0.3)  # long enough to repeat
+        world.wait_recording()
+        time.sleep(0.1)
+        world.keys.tap(keys.CONTROL_LEFT, keys.ALT_LEFT, keys.SPACE)
+        world.pell.wait_delivered(since)
+        expected += "Toggled."
+        world.editor.wait_text(expected)
+    world.keys.type("x y")
+    world.editor.wait_text(expected + "x y")
+    world.pell.wait_silent()
+
+
+@scenario()
+def right_super_holds(world):
+    """Without a threshold: down begins, up ends."""
+    world.setup(transcript="Right super.", defaults={"hotKeyTrigger": "holdRightCommand"})
+    since = world.pell.mark()
+    with world.holding(keys.SUPER_RIGHT):
+        time.sleep(0.15)
+    world.pell.wait_delivered(since)
+    world.editor.wait_text("Right super.")
+
+
+@scenario(over=["gtk", "qt"])
+def escape_throws_away(world, kind):
+    world.setup(editor=kind, transcript="Never to be seen.")
+    with world.holding():
+        world.keys.tap(keys.ESCAPE)
+        world.pell.wait_silent()
+    world.double_tap()
+    world.wait_recording()
+    world.keys.tap(keys.ESCAPE)
+    world.pell.wait_silent()
+    time.sleep(0.5)  # nothing may follow
+    world.expect(world.server.heard(), [], "recordings that reached the server")
+    world.nothing_kept()
+    world.expect(world.editor.text(), "", "the editor")
+    world.expect(world.editor.state()["focus"], "text", "the focus")
+    # The same keys still dictate.
+    world.server.say("After all.")
+    world.hold()
+    world.editor.wait_text("After all.")
+
+
+@scenario(over=["gtk", "qt"])
+def shortcut_with_alt(world, kind):
+    """A shortcut that begins with Alt, before and after the hold's threshold: the recording is lost, the shortcut works."""
+    world.setup(editor=kind, transcript="Never to be seen.")
+    act = world.keys.code("k")
+    world.keys.tap(keys.ALT_LEFT, act)
+    poll("the shortcut", lambda: world.editor.state()["fired"] == 1)
+    with world.holding():
+        world.keys.tap(act)
+        poll("the shortcut during a recording", lambda: world.editor.state()["fired"] == 2)
+        world.pell.wait_silent()
+    time.sleep(0.6)
+    world.check(not world.pell.records(), "the release after a shortcut counted as a tap")
+    world.expect(world.server.heard(), [], "recordings that reached the server")
+    world.nothing_kept()
+    world.expect(world.editor.text(), "", "the editor")
+
+
+@scenario(over=["firefox", "qt", "chromium"], limit=120, long_limit=600)
+def focus_survives_alt(world, kind):
+    """Holds and double taps in turn, a letter typed after each: the text area keeps the focus, and no menu opens."""
+    world.setup(editor=kind, transcript="Word.")
+    expected = ""
+    for turn in range(world.count(10, 100)):
+        end = world.hold(0.05) if turn % 2 == 0 else world.hands_free(0.05)
+        world.expect(end["event"], "delivered", f"dictation {turn}")
+        expected += "Word."
+        world.editor.wait_text(expected)
+        world.keys.type("x")
+        expected += "x"
+        world.editor.wait_text(expected)
+    state = world.editor.state()
+    world.expect(state["focus"], "text", "the focus")
+    world.expect((state.get("menus", 0), state.get("fired", 0)), (0, 0), "menus and shortcuts")
+    world.expect(len(world.pell.rows()), world.count(10, 100), "rows of the history")
+
+
+@scenario()
+def text_follows_the_user(world):
+    """The application that is in front when the text arrives gets it, not the one where the dictation began."""
+    world.setup(transcript="Where am I?")
+    first = world.editor
+    world.proxy.hold_answers("/api/v1/transcribe")
+    since = world.pell.mark()
+    with world.holding():
+        time.sleep(0.1)
+    world.proxy.wait_held()
+    second = editors.make(world.desktop, world.keys, "qt")
+    world.proxy.let_go()
+    world.pell.wait_delivered(since)
+    second.wait_text("Where am I?")
+    world.expect(first.text(), "", "the first editor")
+    world.check("qt" in (world.pell.rows()[-1]["target_bundle_id"] or "").lower(), f"target: {world.pell.rows()[-1]}")
