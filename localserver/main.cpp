@@ -1,1 +1,76 @@
-int main() { return 0; }
+#include <cstdlib>
+#include <ctime>
+#include <fmt/format.h>
+#include <signal.h>
+
+#include "localserver/Server.h"
+#include "localserver/ServerLog.h"
+
+namespace {
+
+using namespace pell::localserver;
+
+constexpr int failed = 1;
+constexpr int usage = 2;
+
+std::optional<std::string> environmentVariable(const std::string& name) {
+  const char* value = std::getenv(name.c_str());
+  return value ? std::optional<std::string>(value) : std::nullopt;
+}
+
+/// The signals that end the server are waited for by the main thread, so every other thread must block them.
+sigset_t blockEndingSignals() {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : {SIGTERM, SIGINT, SIGHUP}) sigaddset(&signals, number);
+  pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+  signal(SIGPIPE, SIG_IGN);
+  return signals;
+}
+
+int serve(const Options& options) {
+  const sigset_t signals = blockEndingSignals();
+  ServerLog log(stderr);
+  const Server server({.options = options, .log = log, .now = [] { return std::time(nullptr); }});
+  const bool ipv6 = options.host.find(':') != std::string::npos;
+  const std::string host = ipv6 ? "[" + options.host + "]" : options.host;
+  if (!server.reachesOnlyThisMachine()) {
+    fmt::print(stderr,
+               "Warning: other machines can reach this server, and what passes between is not encrypted. Put "
+               "a proxy "
+               "with TLS in front of it.\n");
+  }
+  fmt::print("pell-server listens on http://{}:{}\n", host, server.port());
+  std::fflush(stdout);
+  int received = 0;
+  sigwait(&signals, &received);
+  return EXIT_SUCCESS;
+}
+
+int run(std::span<const std::string> arguments) {
+  const ParsedCommandLine parsed = parseCommandLine(arguments, &environmentVariable);
+  if (std::holds_alternative<HelpWanted>(parsed)) {
+    fmt::print("{}", helpText());
+    return EXIT_SUCCESS;
+  }
+  if (std::holds_alternative<VersionWanted>(parsed)) {
+    fmt::print("pell-server {}\n", PELL_VERSION);
+    return EXIT_SUCCESS;
+  }
+  if (const auto* error = std::get_if<UsageError>(&parsed)) {
+    fmt::print(stderr, "pell-server: {} See pell-server --help.\n", error->message);
+    return usage;
+  }
+  return serve(std::get<Options>(parsed));
+}
+
+}  // namespace
+
+int main(int count, char** arguments) {
+  try {
+    return run(std::vector<std::string>(arguments + 1, arguments + count));
+  } catch (const std::exception& failure) {
+    fmt::print(stderr, "pell-server: {}\n", failure.what());
+    return failed;
+  }
+}

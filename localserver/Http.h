@@ -1,0 +1,84 @@
+// What passes between the HTTP server and the application behind it. No type of the HTTP library shows here.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <optional>
+#include <stop_token>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "localserver/ApiError.h"
+
+namespace pell::localserver {
+
+/// A request whose headers have arrived.
+struct RequestHead {
+  std::string id;
+  std::string method;
+  /// Decoded, without the query.
+  std::string path;
+  std::map<std::string, std::string> query;
+  /// Lower case, without parameters; empty where the client sent none.
+  std::string contentType;
+  /// The token of an "Authorization: Bearer" header; empty where there is none.
+  std::string bearerToken;
+  /// Numeric address of the peer, without the port.
+  std::string clientAddress;
+};
+
+/// A request that is wholly here.
+struct HttpRequest {
+  RequestHead head;
+  std::string body;
+  /// Stop is requested when the client has gone or the server ends.
+  std::stop_token stop;
+};
+
+/// `body` is JSON text.
+struct HttpReply {
+  int status = 200;
+  std::string body;
+  std::vector<std::pair<std::string, std::string>> headers;
+};
+
+/// What is to happen with a request once its headers are known.
+struct Admission {
+  /// Set: the request ends with this reply, and its body is thrown away unread or as it comes.
+  std::optional<HttpReply> refusal;
+  /// Bytes of body that are accepted.
+  std::size_t bodyLimit = 0;
+  /// Work that may take minutes: it has threads of its own, and blanks keep the connection awake meanwhile.
+  bool lengthy = false;
+  /// Called once on a worker thread when the body is here. It must not throw.
+  std::function<HttpReply(const HttpRequest&)> work;
+};
+
+/// The application behind the server.
+class HttpApplication {
+ public:
+  virtual ~HttpApplication() = default;
+
+  /// Decides about a request on the event loop, so it must be quick and must not throw.
+  virtual Admission admit(const RequestHead& head) = 0;
+};
+
+/// What the log is told of a finished request.
+struct RequestSummary {
+  std::string id;
+  std::string method;
+  std::string path;
+  /// 0 where the client went away before a reply.
+  int status = 0;
+  std::chrono::milliseconds took{0};
+};
+
+inline HttpReply errorReply(const ApiError& error, const std::string& requestId) {
+  return {.status = error.status, .body = errorBody(error, requestId), .headers = {}};
+}
+
+}  // namespace pell::localserver

@@ -1,0 +1,385 @@
+#include "localserver/HttpServer.h"
+
+#include <algorithm>
+#include <arpa/inet.h>
+#include <array>
+#include <cctype>
+#include <charconv>
+#include <cstring>
+#include <microhttpd.h>
+#include <netinet/in.h>
+#include <sodium.h>
+#include <string_view>
+#include <sys/socket.h>
+
+namespace pell::localserver {
+namespace {
+
+using Steady = std::chrono::steady_clock;
+
+// Bodies of undeclared length are read on past the limit, so that the client sees why; beyond this it is cut
+// off.
+constexpr std::size_t discardLimit = 64u << 20;
+
+std::string headerValue(MHD_Connection* connection, const char* name) {
+  const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
+  return value ? value : "";
+}
+
+std::string lowerCase(std::string text) {
+  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+  return text;
+}
+
+std::string mediaType(const std::string& header) {
+  std::string type = header.substr(0, header.find(';'));
+  while (!type.empty() && std::isspace(static_cast<unsigned char>(type.back()))) type.pop_back();
+  return lowerCase(std::move(type));
+}
+
+std::string bearerToken(const std::string& header) {
+  constexpr std::string_view scheme = "bearer ";
+  if (header.size() <= scheme.size() || lowerCase(header.substr(0, scheme.size())) != scheme) return "";
+  return header.substr(scheme.size());
+}
+
+std::string peerAddress(MHD_Connection* connection) {
+  const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
+  if (!info || !info->client_addr) return "";
+  std::array<char, INET6_ADDRSTRLEN> text{};
+  if (info->client_addr->sa_family == AF_INET6) {
+    const auto* address = reinterpret_cast<const sockaddr_in6*>(info->client_addr);
+    inet_ntop(AF_INET6, &address->sin6_addr, text.data(), text.size());
+  } else {
+    const auto* address = reinterpret_cast<const sockaddr_in*>(info->client_addr);
+    inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
+  }
+  return text.data();
+}
+
+std::string newRequestId() {
+  std::array<unsigned char, 12> bytes{};
+  randombytes_buf(bytes.data(), bytes.size());
+  std::array<char, 25> hex{};
+  return sodium_bin2hex(hex.data(), hex.size(), bytes.data(), bytes.size());
+}
+
+MHD_Result collectArgument(void* context, MHD_ValueKind, const char* key, const char* value) {
+  auto& query = *static_cast<std::map<std::string, std::string>*>(context);
+  query.emplace(key, value ? value : "");
+  return MHD_YES;
+}
+
+RequestHead readHead(MHD_Connection* connection, const char* path, const char* method) {
+  RequestHead head{.id = newRequestId(),
+                   .method = method,
+                   .path = path,
+                   .query = {},
+                   .contentType = mediaType(headerValue(connection, MHD_HTTP_HEADER_CONTENT_TYPE)),
+                   .bearerToken = bearerToken(headerValue(connection, MHD_HTTP_HEADER_AUTHORIZATION)),
+                   .clientAddress = peerAddress(connection)};
+  MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectArgument, &head.query);
+  return head;
+}
+
+std::optional<std::uint64_t> declaredLength(MHD_Connection* connection) {
+  const std::string text = headerValue(connection, MHD_HTTP_HEADER_CONTENT_LENGTH);
+  std::uint64_t length = 0;
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
+  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return length;
+}
+
+HttpReply tooLarge(const RequestHead& head, std::size_t limit) {
+  const std::string megabytes =
+      limit >= (1u << 20) ? std::to_string(limit >> 20) + " MB" : std::to_string(limit >> 10) + " KB";
+  return errorReply({413, "PAYLOAD_TOO_LARGE", "That is more than " + megabytes + "."}, head.id);
+}
+
+HttpReply ending(const RequestHead& head) {
+  return errorReply({503, "UNAVAILABLE", "The server is shutting down. Try again in a moment."}, head.id);
+}
+
+HttpReply busy(const RequestHead& head) {
+  return errorReply({503, "BUSY", "The server is busy. Try again in a moment."}, head.id);
+}
+
+}  // namespace
+
+/// One request on its way through. The first group belongs to the event loop, and to the worker while
+/// the connection is suspended; the second is guarded by `mutex`.
+struct HttpServer::Exchange {
+  MHD_Connection* connection = nullptr;
+  HttpRequest request;
+  Admission admission;
+  std::size_t received = 0;
+  bool posted = false;
+  Steady::time_point started = Steady::now();
+  std::stop_source stop;
+
+  std::mutex mutex;
+  std::optional<HttpReply> reply;
+  bool suspended = false;
+  bool streaming = false;
+  bool blankDue = false;
+  std::size_t sent = 0;
+  int status = 0;
+  Steady::time_point nextBlank;
+};
+
+/// The functions that the HTTP library calls, all on its event loop.
+struct HttpServer::Callbacks {
+  static MHD_Result handle(void* context, MHD_Connection* connection, const char* path, const char* method,
+                           const char*, const char* data, std::size_t* size, void** slot) noexcept {
+    auto& server = *static_cast<HttpServer*>(context);
+    try {
+      if (!*slot) return begin(server, connection, path, method, slot);
+      const ExchangePtr& exchange = *static_cast<ExchangePtr*>(*slot);
+      if (*size == 0) return proceed(server, exchange);
+      const std::string_view piece(data, *size);
+      *size = 0;
+      return receive(server, *exchange, piece);
+    } catch (const std::exception&) {
+      return MHD_NO;
+    }
+  }
+
+  static MHD_Result begin(HttpServer& server, MHD_Connection* connection, const char* path,
+                          const char* method, void** slot) {
+    auto owned = std::make_unique<ExchangePtr>(std::make_shared<Exchange>());
+    Exchange& exchange = **owned;
+    *slot = owned.release();
+    exchange.connection = connection;
+    exchange.request.head = readHead(connection, path, method);
+    exchange.request.stop = exchange.stop.get_token();
+    const RequestHead& head = exchange.request.head;
+    exchange.admission = server.setup_.application.admit(head);
+
+    const auto length = declaredLength(connection);
+    const bool oversized = length && *length > std::max<std::size_t>(exchange.admission.bodyLimit, 64u << 10);
+    if (oversized && !exchange.admission.refusal) {
+      exchange.admission.refusal = tooLarge(head, exchange.admission.bodyLimit);
+    }
+    // A small body is read to its end before it is refused: closing on unread bytes would reset the
+    // connection and could take the reply with it. A client that asks first, or sends much, hears at once.
+    const bool asksFirst = !headerValue(connection, MHD_HTTP_HEADER_EXPECT).empty();
+    if (exchange.admission.refusal && (oversized || asksFirst)) {
+      return queue(exchange, *exchange.admission.refusal);
+    }
+    return MHD_YES;
+  }
+
+  static MHD_Result receive(const HttpServer& server, Exchange& exchange, std::string_view piece) {
+    if (Steady::now() - exchange.started > server.setup_.limits.upload) return MHD_NO;
+    exchange.received += piece.size();
+    if (exchange.admission.refusal) return exchange.received > discardLimit ? MHD_NO : MHD_YES;
+    if (exchange.received > exchange.admission.bodyLimit) {
+      exchange.request.body = {};
+      exchange.admission.refusal = tooLarge(exchange.request.head, exchange.admission.bodyLimit);
+      return MHD_YES;
+    }
+    exchange.request.body.append(piece);
+    return MHD_YES;
+  }
+
+  static MHD_Result proceed(HttpServer& server, const ExchangePtr& exchange) {
+    if (!exchange->posted) {
+      exchange->posted = true;
+      if (!exchange->admission.refusal && server.take(exchange)) return MHD_YES;
+      return queue(*exchange, *exchange->admission.refusal);
+    }
+    std::lock_guard lock(exchange->mutex);
+    if (exchange->reply) return queue(*exchange, *exchange->reply);
+    exchange->streaming = true;
+    exchange->status = MHD_HTTP_OK;
+    return queueStream(exchange);
+  }
+
+  static void addHeaders(MHD_Response* response, const std::string& id) {
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
+    MHD_add_response_header(response, "X-Request-Id", id.c_str());
+  }
+
+  static MHD_Result queue(Exchange& exchange, const HttpReply& reply) {
+    // The library copies the bytes; its signature merely lacks the const.
+    MHD_Response* response = MHD_create_response_from_buffer(
+        reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
+    if (!response) return MHD_NO;
+    addHeaders(response, exchange.request.head.id);
+    for (const auto& [name, value] : reply.headers) {
+      MHD_add_response_header(response, name.c_str(), value.c_str());
+    }
+    exchange.status = reply.status;
+    const MHD_Result result =
+        MHD_queue_response(exchange.connection, static_cast<unsigned>(reply.status), response);
+    MHD_destroy_response(response);
+    return result;
+  }
+
+  static MHD_Result queueStream(const ExchangePtr& exchange) {
+    auto context = std::make_unique<ExchangePtr>(exchange);
+    MHD_Response* response =
+        MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 4096, &stream, context.get(), &endStream);
+    if (!response) return MHD_NO;
+    context.release();  // the response owns it now; endStream frees it
+    addHeaders(response, exchange->request.head.id);
+    const MHD_Result result = MHD_queue_response(exchange->connection, MHD_HTTP_OK, response);
+    MHD_destroy_response(response);
+    return result;
+  }
+
+  static ssize_t stream(void* context, std::uint64_t, char* buffer, std::size_t room) noexcept {
+    Exchange& exchange = **static_cast<ExchangePtr*>(context);
+    std::lock_guard lock(exchange.mutex);
+    if (exchange.reply) {
+      const std::string& body = exchange.reply->body;
+      const std::size_t count = std::min(room, body.size() - exchange.sent);
+      if (count == 0) return MHD_CONTENT_READER_END_OF_STREAM;
+      std::memcpy(buffer, body.data() + exchange.sent, count);
+      exchange.sent += count;
+      return static_cast<ssize_t>(count);
+    }
+    if (exchange.blankDue) {
+      exchange.blankDue = false;
+      *buffer = ' ';
+      return 1;
+    }
+    exchange.suspended = true;
+    MHD_suspend_connection(exchange.connection);
+    return 0;
+  }
+
+  static void endStream(void* context) noexcept {
+    std::unique_ptr<ExchangePtr>(static_cast<ExchangePtr*>(context));
+  }
+
+  static void completed(void* context, MHD_Connection*, void** slot, MHD_RequestTerminationCode) noexcept {
+    if (!*slot) return;
+    auto& server = *static_cast<HttpServer*>(context);
+    const std::unique_ptr<ExchangePtr> owned(static_cast<ExchangePtr*>(*slot));
+    *slot = nullptr;
+    Exchange& exchange = **owned;
+    server.forget(*owned);
+    exchange.stop.request_stop();
+    RequestSummary summary;
+    {
+      std::lock_guard lock(exchange.mutex);
+      const auto took = Steady::now() - exchange.started;
+      summary = {.id = exchange.request.head.id,
+                 .method = exchange.request.head.method,
+                 .path = exchange.request.head.path,
+                 .status = exchange.status,
+                 .took = std::chrono::duration_cast<std::chrono::milliseconds>(took)};
+    }
+    if (server.setup_.finished) server.setup_.finished(summary);
+  }
+};
+
+HttpServer::HttpServer(Setup setup)
+    : setup_(std::move(setup)),
+      quick_(setup_.limits.quickWorkers, 256),
+      lengthy_(setup_.limits.lengthyWorkers, 64) {
+  unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
+  if (setup_.socket.ipv6) flags |= MHD_USE_IPv6;
+  daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &Callbacks::handle, this, MHD_OPTION_LISTEN_SOCKET,
+                             setup_.socket.descriptor, MHD_OPTION_NOTIFY_COMPLETED, &Callbacks::completed,
+                             this, MHD_OPTION_CONNECTION_TIMEOUT,
+                             static_cast<unsigned>(setup_.limits.idle.count()), MHD_OPTION_CONNECTION_LIMIT,
+                             setup_.limits.connections, MHD_OPTION_PER_IP_CONNECTION_LIMIT,
+                             setup_.limits.connectionsPerAddress, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
+                             static_cast<std::size_t>(64u << 10), MHD_OPTION_END);
+  if (!daemon_) throw std::runtime_error("The HTTP server could not start.");
+  blanks_ = std::thread([this] { sendBlanks(); });
+}
+
+HttpServer::~HttpServer() {
+  std::set<ExchangePtr> underway;
+  {
+    std::lock_guard lock(mutex_);
+    ending_ = true;
+    underway = underway_;
+  }
+  changed_.notify_all();
+  blanks_.join();
+  for (const auto& exchange : underway) {
+    finish(*exchange, ending(exchange->request.head));
+    exchange->stop.request_stop();
+  }
+  {
+    // Time for the last replies to leave; the daemon must not end with a suspended connection, and has none
+    // now.
+    std::unique_lock lock(mutex_);
+    changed_.wait_for(lock, std::chrono::seconds(2), [this] { return underway_.empty(); });
+  }
+  MHD_stop_daemon(daemon_);
+}
+
+/// Hands a complete request to the workers. False: `admission.refusal` says why not.
+bool HttpServer::take(const ExchangePtr& exchange) {
+  {
+    std::lock_guard lock(mutex_);
+    if (ending_) {
+      exchange->admission.refusal = ending(exchange->request.head);
+      return false;
+    }
+    std::lock_guard exchangeLock(exchange->mutex);
+    // Before the work can end, or its end would have nothing to resume.
+    MHD_suspend_connection(exchange->connection);
+    exchange->suspended = true;
+    exchange->nextBlank = Steady::now() + setup_.limits.blankEvery;
+    underway_.insert(exchange);
+  }
+  changed_.notify_all();
+  WorkerPool& pool = exchange->admission.lengthy ? lengthy_ : quick_;
+  const bool accepted = pool.post([this, exchange] {
+    if (exchange->stop.stop_requested()) return;
+    finish(*exchange, exchange->admission.work(exchange->request));
+  });
+  if (!accepted) finish(*exchange, busy(exchange->request.head));
+  return true;
+}
+
+/// The first reply counts. Any thread.
+void HttpServer::finish(Exchange& exchange, HttpReply reply) {
+  std::lock_guard lock(exchange.mutex);
+  if (exchange.reply) return;
+  exchange.reply = std::move(reply);
+  if (!exchange.suspended) return;
+  exchange.suspended = false;
+  MHD_resume_connection(exchange.connection);
+}
+
+void HttpServer::forget(const ExchangePtr& exchange) {
+  {
+    std::lock_guard lock(mutex_);
+    underway_.erase(exchange);
+  }
+  changed_.notify_all();
+}
+
+/// Runs on its own thread: wakes each lengthy exchange whose next blank is due.
+void HttpServer::sendBlanks() {
+  std::unique_lock lock(mutex_);
+  while (!ending_) {
+    const auto now = Steady::now();
+    auto next = now + std::chrono::hours(1);
+    for (const auto& exchange : underway_) {
+      if (!exchange->admission.lengthy) continue;
+      std::lock_guard exchangeLock(exchange->mutex);
+      if (exchange->reply) continue;
+      if (exchange->nextBlank <= now) {
+        exchange->nextBlank = now + setup_.limits.blankEvery;
+        if (exchange->suspended) {
+          exchange->blankDue = true;
+          exchange->suspended = false;
+          MHD_resume_connection(exchange->connection);
+        }
+      }
+      next = std::min(next, exchange->nextBlank);
+    }
+    changed_.wait_until(lock, next);
+  }
+}
+
+}  // namespace pell::localserver

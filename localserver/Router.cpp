@@ -1,0 +1,119 @@
+#include "localserver/Router.h"
+
+#include <utility>
+
+#include "localserver/AudioDecoder.h"
+
+namespace pell::localserver {
+namespace {
+
+[[noreturn]] void refuse(int status, const char* code, const char* message) {
+  throw Refusal({status, code, message});
+}
+
+bool fits(BodyKind kind, const std::string& contentType) {
+  switch (kind) {
+    case BodyKind::none:
+      return true;
+    case BodyKind::json:
+      return contentType == "application/json";
+    case BodyKind::audio:
+      return isKnownAudioType(contentType);
+  }
+  return false;
+}
+
+nlohmann::json parseObject(const std::string& text) {
+  auto body = nlohmann::json::parse(text, nullptr, false);
+  if (!body.is_object()) refuse(400, "BAD_REQUEST", "The request's body is not a JSON object.");
+  return body;
+}
+
+}  // namespace
+
+std::string requiredString(const nlohmann::json& body, const std::string& key) {
+  const auto value = body.find(key);
+  if (value == body.end() || !value->is_string()) {
+    throw Refusal({400, "BAD_REQUEST", "The request lacks the text \"" + key + "\"."});
+  }
+  return value->get<std::string>();
+}
+
+Router::Router(Setup setup) : setup_(std::move(setup)) {}
+
+Admission Router::admit(const RequestHead& head) {
+  Admission admission;
+  admission.bodyLimit = jsonLimit;
+  const auto refusal = guarded(head, [&] {
+    const Route& route = find(head);
+    if (route.body == BodyKind::audio) admission.bodyLimit = audioLimit;
+    admission.lengthy = route.lengthy;
+    admission.work = [this, &route, caller = check(route, head)](const HttpRequest& request) {
+      return guarded(request.head, [&] { return answer(route, caller, request); });
+    };
+    return HttpReply{};
+  });
+  if (!admission.work) admission.refusal = refusal;
+  return admission;
+}
+
+const Route& Router::find(const RequestHead& head) const {
+  bool pathKnown = false;
+  for (const Route& route : setup_.routes) {
+    if (route.path != head.path) continue;
+    if (route.method == head.method) return route;
+    pathKnown = true;
+  }
+  if (pathKnown) refuse(405, "METHOD_NOT_ALLOWED", "That is not how this address is used.");
+  refuse(404, "NOT_FOUND", "There is nothing at this address.");
+}
+
+Caller Router::check(const Route& route, const RequestHead& head) {
+  Caller caller;
+  if (route.access == Access::signedIn) {
+    auto known = setup_.sessions.authenticate(head.bearerToken);
+    if (!known) refuse(401, "UNAUTHORIZED", "Sign in first.");
+    caller = std::move(*known);
+  }
+  if (!fits(route.body, head.contentType)) {
+    refuse(415, "UNSUPPORTED_MEDIA_TYPE", "The request's body is of a type that is not understood here.");
+  }
+  if (route.access == Access::attempt &&
+      !setup_.attempts.allow(head.clientAddress, AttemptLimit::Clock::now())) {
+    refuse(429, "TOO_MANY_ATTEMPTS", "Too many attempts. Wait a minute and try again.");
+  }
+  return caller;
+}
+
+HttpReply Router::answer(const Route& route, const Caller& caller, const HttpRequest& request) {
+  const nlohmann::json body = route.body == BodyKind::json ? parseObject(request.body) : nlohmann::json();
+  const nlohmann::json reply = route.handle({.request = request, .caller = caller, .body = body});
+  return {.status = 200,
+          .body = reply.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace),
+          .headers = {}};
+}
+
+/// What went wrong in detail is for the log; the client gets a sentence and the request's id.
+HttpReply Router::guarded(const RequestHead& head, const std::function<HttpReply()>& work) {
+  try {
+    return work();
+  } catch (const Refusal& refusal) {
+    HttpReply reply = errorReply(refusal.error(), head.id);
+    if (reply.status == 401) reply.headers.emplace_back("WWW-Authenticate", "Bearer");
+    if (reply.status == 429) reply.headers.emplace_back("Retry-After", "60");
+    if (reply.status == 405) {
+      for (const Route& route : setup_.routes) {
+        if (route.path == head.path) reply.headers.emplace_back("Allow", route.method);
+      }
+    }
+    return reply;
+  } catch (const std::bad_alloc&) {
+    setup_.log.error("out_of_memory", {{"request_id", head.id}});
+    return errorReply({503, "BUSY", "The server is busy. Try again in a moment."}, head.id);
+  } catch (const std::exception& failure) {
+    setup_.log.error("request_failed", {{"request_id", head.id}, {"reason", failure.what()}});
+    return errorReply({500, "INTERNAL", "Something went wrong on the server. Try again."}, head.id);
+  }
+}
+
+}  // namespace pell::localserver

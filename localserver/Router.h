@@ -1,0 +1,77 @@
+// From a request to the function that answers it.
+#pragma once
+
+#include <functional>
+#include <nlohmann/json.hpp>
+#include <string>
+#include <vector>
+
+#include "localserver/AttemptLimit.h"
+#include "localserver/Http.h"
+#include "localserver/ServerLog.h"
+#include "localserver/Sessions.h"
+
+namespace pell::localserver {
+
+/// Who may call a route.
+enum class Access {
+  open,
+  /// Open, and limited per address, as passwords are tried here.
+  attempt,
+  signedIn,
+};
+
+/// What a route expects as its body.
+enum class BodyKind { none, json, audio };
+
+/// A request on its way to its handler.
+struct Call {
+  const HttpRequest& request;
+  /// Of a route for the signed-in; empty otherwise.
+  const Caller& caller;
+  /// Of a route with a JSON body: an object. Null otherwise.
+  const nlohmann::json& body;
+};
+
+/// One row of the table of endpoints. `handle` runs on a worker thread and gives the reply's JSON, or throws
+/// Refusal.
+struct Route {
+  std::string method;
+  std::string path;
+  Access access = Access::signedIn;
+  BodyKind body = BodyKind::none;
+  /// Takes seconds or minutes.
+  bool lengthy = false;
+  std::function<nlohmann::json(const Call&)> handle;
+};
+
+/// The string at `key` of a JSON body. Throws Refusal where it is missing or of another type.
+std::string requiredString(const nlohmann::json& body, const std::string& key);
+
+/// Finds the route of a request, turns away what does not fit it, and makes every failure an error reply.
+class Router : public HttpApplication {
+ public:
+  static constexpr std::size_t audioLimit = 25u << 20;
+  static constexpr std::size_t jsonLimit = 64u << 10;
+
+  struct Setup {
+    std::vector<Route> routes;
+    Sessions& sessions;
+    AttemptLimit& attempts;
+    ServerLog& log;
+  };
+
+  explicit Router(Setup setup);
+
+  Admission admit(const RequestHead& head) override;
+
+ private:
+  const Route& find(const RequestHead& head) const;
+  Caller check(const Route& route, const RequestHead& head);
+  HttpReply answer(const Route& route, const Caller& caller, const HttpRequest& request);
+  HttpReply guarded(const RequestHead& head, const std::function<HttpReply()>& work);
+
+  const Setup setup_;
+};
+
+}  // namespace pell::localserver

@@ -1,0 +1,107 @@
+#include "localserver/Server.h"
+
+#include <algorithm>
+#include <curl/curl.h>
+#include <fmt/format.h>
+#include <fstream>
+#include <sys/stat.h>
+#include <thread>
+
+#include "localserver/AudioDecoder.h"
+#include "localserver/CommandTranscriber.h"
+#include "localserver/Endpoints.h"
+#include "localserver/RemoteTranscriber.h"
+#include "localserver/SphinxTranscriber.h"
+#include "localserver/SqliteStorage.h"
+#include "localserver/Text.h"
+
+namespace pell::localserver {
+namespace {
+
+// Clients give a request up after three minutes.
+constexpr std::chrono::seconds transcriberLimit{170};
+// Each decoder holds a model of about 100 MB.
+constexpr unsigned mostDecoders = 4;
+
+std::unique_ptr<Storage> openStorage(const std::filesystem::path& directory) {
+  std::error_code error;
+  std::filesystem::create_directories(directory, error);
+  if (error) {
+    throw StartFailure(
+        fmt::format("The data directory {} cannot be made: {}.", directory.string(), error.message()));
+  }
+  chmod(directory.c_str(), 0700);
+  try {
+    return std::make_unique<SqliteStorage>(directory / "server.db");
+  } catch (const StorageFailure& failure) {
+    throw StartFailure(failure.what());
+  }
+}
+
+std::string readKey(const std::filesystem::path& file) {
+  std::ifstream stream(file);
+  std::string key;
+  if (!std::getline(stream, key) || trimmed(key).empty()) {
+    throw StartFailure(fmt::format("No key can be read from {}.", file.string()));
+  }
+  return trimmed(key);
+}
+
+struct MakeTranscriber {
+  std::unique_ptr<Transcriber> operator()(const BuiltInRecogniser&) const {
+    try {
+      const unsigned decoders = std::clamp(std::thread::hardware_concurrency(), 1u, mostDecoders);
+      return std::make_unique<SphinxTranscriber>(SphinxTranscriber::installedModel(), decoders);
+    } catch (const TranscriberFailure& failure) {
+      throw StartFailure(failure.what());
+    }
+  }
+  std::unique_ptr<Transcriber> operator()(const RecogniserCommand& choice) const {
+    return std::make_unique<CommandTranscriber>(choice.command, transcriberLimit);
+  }
+  std::unique_ptr<Transcriber> operator()(const RecogniserAddress& choice) const {
+    const auto key = choice.keyFile ? std::optional(readKey(*choice.keyFile)) : std::nullopt;
+    return std::make_unique<RemoteTranscriber>(RemoteTranscriber::Setup{
+        .url = choice.url, .model = choice.model, .key = key, .limit = transcriberLimit});
+  }
+};
+
+/// Makes the libraries ready that want it once per process, then listens.
+ListenSocket prepare(const Options& options) {
+  startCryptography();
+  quietAudioLibrary();
+  curl_global_init(CURL_GLOBAL_DEFAULT);
+  return listenOn(options.host, options.port);
+}
+
+void logRequest(ServerLog& log, const RequestSummary& request) {
+  constexpr std::size_t longestPath = 128;
+  log.info("request", {{"request_id", request.id},
+                       {"method", request.method},
+                       {"path", request.path.substr(0, longestPath)},
+                       {"status", request.status},
+                       {"ms", request.took.count()}});
+}
+
+}  // namespace
+
+Server::Server(const Setup& setup)
+    : storage_(openStorage(setup.options.data)),
+      socket_(prepare(setup.options)),
+      loopback_(isLoopback(socket_)),
+      transcriber_(std::visit(MakeTranscriber{}, setup.options.recogniser)),
+      sessions_(*storage_, setup.now),
+      passwords_(setup.passwordCost),
+      accounts_(*storage_, sessions_, passwords_, setup.now),
+      metering_(*storage_, setup.now, setup.options.minutesPerMonth),
+      attempts_(setup.options.authAttemptsPerMinute),
+      router_({.routes = endpoints({accounts_, sessions_, metering_, *transcriber_, setup.log}),
+               .sessions = sessions_,
+               .attempts = attempts_,
+               .log = setup.log}),
+      http_({.socket = socket_,
+             .application = router_,
+             .finished = [&log = setup.log](const RequestSummary& request) { logRequest(log, request); },
+             .limits = setup.limits}) {}
+
+}  // namespace pell::localserver

@@ -1,0 +1,50 @@
+// The whole server, put together.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "localserver/Accounts.h"
+#include "localserver/AttemptLimit.h"
+#include "localserver/HttpServer.h"
+#include "localserver/Listen.h"
+#include "localserver/Metering.h"
+#include "localserver/Options.h"
+#include "localserver/Router.h"
+#include "localserver/Transcriber.h"
+
+namespace pell::localserver {
+
+/// Opens the storage, listens, and answers until it is destroyed. Speech models load in the background.
+class Server {
+ public:
+  struct Setup {
+    const Options& options;
+    ServerLog& log;
+    WallNow now;
+    PasswordCost passwordCost = PasswordCost::standard();
+    HttpServer::Limits limits = {};
+  };
+
+  /// Throws StartFailure with a sentence for the operator.
+  explicit Server(const Setup& setup);
+
+  std::uint16_t port() const { return socket_.port; }
+  /// False: other machines can reach this server, and what they say to it is not encrypted.
+  bool reachesOnlyThisMachine() const { return loopback_; }
+
+ private:
+  std::unique_ptr<Storage> storage_;
+  ListenSocket socket_;
+  bool loopback_;
+  std::unique_ptr<Transcriber> transcriber_;
+  Sessions sessions_;
+  Passwords passwords_;
+  Accounts accounts_;
+  Metering metering_;
+  AttemptLimit attempts_;
+  Router router_;
+  HttpServer http_;
+};
+
+}  // namespace pell::localserver
