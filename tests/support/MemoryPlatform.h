@@ -30,7 +30,7 @@ class MemoryPlatform {
 
   VirtualTime time;
   TemporaryDirectory directory;
-  BuildInfo build{.apiBaseUrl = "http://127.0.0.1:8787/api/v1",
+  BuildInfo build{.apiBaseUrl = "http://127.0.0.1:8787",
                   .allowsApiOverride = true,
                   .shortVersion = "1.0.0",
                   .bundleIdentifier = "com.pell.dictation"};
