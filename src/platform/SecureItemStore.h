@@ -10,6 +10,7 @@ namespace pell {
 enum class SecureItemStatus : int {
   success = 0,
   userCanceled = -128,
+  notAvailable = -25291,  // the store itself is not there, or cannot be written
   authFailed = -25293,
   itemNotFound = -25300,
   interactionNotAllowed = -25308,

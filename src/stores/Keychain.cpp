@@ -101,6 +101,7 @@ Keychain::ReadOutcome Keychain::outcome(SecureItemStatus status) {
     case SecureItemStatus::authFailed:
     case SecureItemStatus::userCanceled:
       return ReadOutcome::refused;
+    case SecureItemStatus::notAvailable:
     case SecureItemStatus::itemNotFound:
       break;
   }
