@@ -1,6 +1,6 @@
 # Compiler flags that hold for everything built here: warnings are errors.
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
-                    -Wimplicit-fallthrough -Werror)
+                    -Wimplicit-fallthrough -Wno-missing-field-initializers -Werror)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # These misfire on optional, variant and coroutine frames under optimisation and sanitizers.
   add_compile_options(-Wno-maybe-uninitialized -Wno-dangling-pointer -Wno-stringop-overflow
