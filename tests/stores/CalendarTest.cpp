@@ -1,0 +1,46 @@
+#include <gtest/gtest.h>
+#include <limits>
+#include <vector>
+
+#include "stores/Calendar.h"
+
+namespace pell {
+namespace {
+
+TEST(CalendarTest, DaysBeginWhereTheZoneBeginsThem) {
+  struct Case {
+    const char* zone;
+    double moment;
+    double start;
+  };
+  const std::vector<Case> cases{
+      {"UTC", 1'700'000'000, 1'699'920'000},
+      {"Europe/Berlin", 1'711'843'200 + 3600 * 12, 1'711'839'600},  // the day of 23 hours
+      {"Asia/Kolkata", 1'711'843'200, 1'711'823'400},               // half an hour off the hour
+      {"America/Sao_Paulo", 1'541'340'000, 1'541'300'400},          // no midnight: 01:00
+      {"America/Havana", 1'541'340'000, 1'541'304'000},             // midnight twice: the first
+      {"UTC", -1, -86400},                                          // before 1970
+  };
+  for (const Case& c : cases) {
+    const auto calendar = *Calendar::inTimeZone(c.zone);
+    EXPECT_EQ(secondsSince1970(calendar.startOfDay(dateFromSeconds(c.moment))), c.start) << c.zone;
+  }
+}
+
+TEST(CalendarTest, AddedDaysKeepTheTimeOfDay) {
+  const auto berlin = *Calendar::inTimeZone("Europe/Berlin");
+  const Date start = dateFromSeconds(1'711'753'200);  // 2024-03-30T00:00+01:00
+  EXPECT_EQ(berlin.addingDays(start, 1), start + Seconds(86400));
+  EXPECT_EQ(berlin.addingDays(start, 2), start + Seconds(86400 + 82800));
+  EXPECT_EQ(berlin.addingDays(start, -366), dateFromSeconds(1'680'130'800));  // over a leap day
+}
+
+TEST(CalendarTest, UnknownZonesAndDatesOutOfRange) {
+  EXPECT_FALSE(Calendar::inTimeZone("Middle-earth/Shire").has_value());
+  const auto utc = *Calendar::inTimeZone("UTC");
+  const Date never = dateFromSeconds(std::numeric_limits<double>::quiet_NaN());
+  EXPECT_FALSE(utc.addingDays(never, 1).has_value());
+}
+
+}  // namespace
+}  // namespace pell
