@@ -1,0 +1,193 @@
+#include <glib.h>
+
+#include "linux/EditorWorld.h"
+
+namespace pell::testing {
+namespace {
+
+template <class Kind>
+class World : public EditorWorld {
+ public:
+  World() : EditorWorld(Kind::script, Kind::field) {}
+};
+
+struct GtkEntry {
+  static constexpr const char* script = "gtk_editor.py";
+  static constexpr const char* field = "entry";
+};
+struct GtkView {
+  static constexpr const char* script = "gtk_editor.py";
+  static constexpr const char* field = "view";
+};
+struct QtEntry {
+  static constexpr const char* script = "qt_editor.py";
+  static constexpr const char* field = "entry";
+};
+struct QtView {
+  static constexpr const char* script = "qt_editor.py";
+  static constexpr const char* field = "view";
+};
+struct QtPlain {
+  static constexpr const char* script = "qt_editor.py";
+  static constexpr const char* field = "plain";
+};
+
+PELL_INSTANTIATE_CONTRACT(GtkEntry, AccessibilityContract, AccessibilityWorld, World<GtkEntry>);
+PELL_INSTANTIATE_CONTRACT(GtkView, AccessibilityContract, AccessibilityWorld, World<GtkView>);
+PELL_INSTANTIATE_CONTRACT(QtEntry, AccessibilityContract, AccessibilityWorld, World<QtEntry>);
+PELL_INSTANTIATE_CONTRACT(QtView, AccessibilityContract, AccessibilityWorld, World<QtView>);
+PELL_INSTANTIATE_CONTRACT(QtPlain, AccessibilityContract, AccessibilityWorld, World<QtPlain>);
+
+/// The same text counted in bytes, code points and UTF-16 units gives three different numbers.
+const std::vector<std::string> scripts = {
+    "plain",          "né",
+    "नमस्ते हिन्दी",     "🎙👩‍👩‍👧‍👦🇮🇳",
+    "e\u0301o\u0308", "日本語\U0002070E",
+};
+
+AccessibilityElementRef focusOf(EditorWorld& world) {
+  auto systemWide = world.tree().systemWide();
+  systemWide->setMessagingTimeout(Seconds(0.75));
+  auto reading = systemWide->copyAttribute(accessibility::focusedElement);
+  auto* element = std::get_if<AccessibilityElementRef>(&reading.value);
+  return element ? *element : nullptr;
+}
+
+AccessibilityElementRef writableFocusOf(EditorWorld& world) {
+  AccessibilityElementRef found;
+  world.waitUntil([&] {
+    found = focusOf(world);
+    return found && found->isSettable(accessibility::selectedText).settable;
+  });
+  return found;
+}
+
+std::size_t codePoints(const std::string& text) {
+  return static_cast<std::size_t>(g_utf8_strlen(text.data(), static_cast<gssize>(text.size())));
+}
+
+struct Target {
+  const char* script;
+  std::vector<const char*> kinds;
+};
+const Target gtk{"gtk_editor.py", {"entry", "view"}};
+const Target qt{"qt_editor.py", {"entry", "view", "plain"}};
+
+class Insertion : public ::testing::TestWithParam<Target> {};
+
+TEST_P(Insertion, IsExactInEveryScriptAndLeavesTheCaretBehindIt) {
+  EditorWorld world(GetParam().script, "entry");
+  for (const char* kind : GetParam().kinds) {
+    for (std::size_t i = 0; i < scripts.size(); ++i) {
+      const auto& before = scripts[(i + 3) % scripts.size()];
+      const auto& text = scripts[i];
+      world.show(kind, before + "XY" + before);
+      world.select(static_cast<int>(codePoints(before)), 2);
+      auto field = writableFocusOf(world);
+      ASSERT_NE(field, nullptr) << kind;
+      ASSERT_EQ(field->setAttribute(accessibility::selectedText, text), AccessibilityError::success);
+      EXPECT_EQ(world.fieldText(), before + text + before) << kind;
+      EXPECT_EQ(world.editor().call("caret"), codePoints(before + text)) << kind << " " << before << text;
+    }
+  }
+}
+
+TEST_P(Insertion, IsNotOfferedByAReadOnlyField) {
+  EditorWorld world(GetParam().script, "entry");
+  world.show("readonly", "fixed");
+  AccessibilityElementRef field;
+  ASSERT_TRUE(world.waitUntil([&] { return (field = focusOf(world)) != nullptr; }));
+  auto settable = field->isSettable(accessibility::selectedText);
+  EXPECT_EQ(settable.error, AccessibilityError::success);
+  EXPECT_FALSE(settable.settable);
+}
+
+TEST_P(Insertion, OfFiveThousandWordsIsExact) {
+  std::string text;
+  for (int i = 0; i < 5000; ++i) text += scripts[static_cast<std::size_t>(i) % scripts.size()] + " ";
+  EditorWorld world(GetParam().script, "view");
+  world.show("view", "");
+  auto field = writableFocusOf(world);
+  ASSERT_NE(field, nullptr);
+  EXPECT_EQ(field->setAttribute(accessibility::selectedText, text), AccessibilityError::success);
+  EXPECT_EQ(world.fieldText(), text);
+}
+
+INSTANTIATE_TEST_SUITE_P(Toolkits, Insertion, ::testing::Values(gtk, qt),
+                         [](const auto& info) { return info.index == 0 ? "Gtk" : "Qt"; });
+
+TEST(AtspiFocus, IsFoundWithoutHavingSeenTheFocusMove) {
+  for (const char* script : {"gtk_editor.py", "qt_editor.py"}) {
+    EditorWorld world(script, "view");
+    world.show("view", "before");
+    auto x = openDisplay();
+    AtspiAccessibility late(
+        {.activeProcess = [&] { return activeProcess(*x); }, .own = nullptr, .alsoNeeded = {}});
+    ASSERT_TRUE(world.waitUntil([&] { return late.isTrusted(); }));
+    auto reading = late.systemWide()->copyAttribute(accessibility::focusedElement);
+    ASSERT_EQ(reading.error, AccessibilityError::success) << script;
+    auto field = std::get<AccessibilityElementRef>(reading.value);
+    EXPECT_TRUE(field->isSettable(accessibility::selectedText).settable) << script;
+  }
+}
+
+TEST(AtspiFocus, FollowsTheActiveWindowAndForgetsWhatIsGone) {
+  EditorWorld first("gtk_editor.py", "entry");
+  first.show("entry", "first");
+  ASSERT_NE(writableFocusOf(first), nullptr);
+  {
+    EditorWorld second("qt_editor.py", "entry");
+    second.show("entry", "second");
+    auto field = writableFocusOf(first);
+    ASSERT_NE(field, nullptr);
+    EXPECT_EQ(field->setAttribute(accessibility::selectedText, "!"), AccessibilityError::success);
+    EXPECT_EQ(second.fieldText(), "second!");
+  }
+  ASSERT_TRUE(first.waitUntil([&] { return first.editor().call("active") == true; }));
+  auto field = writableFocusOf(first);
+  ASSERT_NE(field, nullptr);
+  EXPECT_EQ(field->setAttribute(accessibility::selectedText, "!"), AccessibilityError::success);
+  EXPECT_EQ(first.fieldText(), "first!");
+}
+
+TEST(AtspiFocus, OfAHungApplicationIsBoundedAndHoldsUpNobodyElse) {
+  EditorWorld hung("gtk_editor.py", "entry");
+  hung.show("entry", "");
+  ASSERT_NE(writableFocusOf(hung), nullptr);
+  EditorWorld other("gtk_editor.py", "entry");
+  hung.hang();
+  auto start = hung.now();
+  auto systemWide = hung.tree().application(hung.process());
+  systemWide->setMessagingTimeout(Seconds(0.75));
+  EXPECT_EQ(systemWide->copyAttribute(accessibility::focusedElement).error,
+            AccessibilityError::cannotComplete);
+  EXPECT_LT(Seconds(hung.now() - start).count(), 0.9);
+  other.show("entry", "free");
+  start = hung.now();
+  auto field = focusOf(hung);
+  ASSERT_NE(field, nullptr);
+  EXPECT_EQ(field->setAttribute(accessibility::selectedText, "!"), AccessibilityError::success);
+  EXPECT_LT(Seconds(hung.now() - start).count(), 0.3);
+  EXPECT_EQ(other.fieldText(), "free!");
+}
+
+TEST(AtspiTrust, IsSwitchedOnWhenAskedFor) {
+  EditorWorld world("gtk_editor.py", "entry");
+  setAccessibilityEnabled(false);
+  ASSERT_TRUE(world.waitUntil([&] { return !world.tree().isTrusted(); }));
+  world.tree().requestTrust();
+  EXPECT_TRUE(world.waitUntil([&] { return world.tree().isTrusted(); }));
+}
+
+TEST(AtspiTrust, TakesTheRestOfTheGrantIntoAccount) {
+  RealLoop loop;
+  bool rest = false;
+  AtspiAccessibility tree(
+      {.activeProcess = [] { return 0; }, .own = nullptr, .alsoNeeded = [&] { return rest; }});
+  EXPECT_FALSE(loop.runUntil([&] { return tree.isTrusted(); }, Seconds(0.5)));
+  rest = true;
+  EXPECT_TRUE(loop.runUntil([&] { return tree.isTrusted(); }, Seconds(5)));
+}
+
+}  // namespace
+}  // namespace pell::testing

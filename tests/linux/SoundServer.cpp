@@ -1,0 +1,134 @@
+#include "linux/SoundServer.h"
+
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <fstream>
+#include <poll.h>
+#include <signal.h>
+#include <stdlib.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <thread>
+#include <unistd.h>
+
+namespace pell::testing {
+namespace {
+
+constexpr const char* microphone =
+    "load-module module-remap-source source_name=microphone master=speaker.monitor";
+
+/// Two minutes of 440 Hz at half of full scale, as raw 48 kHz mono.
+void writeTone(const std::filesystem::path& file) {
+  std::ofstream out(file, std::ios::binary);
+  for (int second = 0; second < 120; ++second) {
+    for (int i = 0; i < 48000; ++i) {
+      const auto value =
+          static_cast<std::int16_t>(16384 * std::sin(2 * 3.14159265358979 * 440 * i / 48000.0));
+      out.write(reinterpret_cast<const char*>(&value), sizeof value);
+    }
+  }
+}
+
+/// Answers a client's first request, its authentication, with "access denied" (error 1 of the protocol).
+void refuse(int client) {
+  unsigned char request[20 + 10];
+  if (recv(client, request, sizeof request, MSG_WAITALL) != sizeof request) return;
+  const unsigned char* tag = request + 20 + 6;  // behind the descriptor and the tagged command
+  const unsigned char reply[] = {0, 0,   0,      15,     255,    255,    255, 255, 0,   0, 0, 0,
+                                 0, 0,   0,      0,      0,      0,      0,   0,   'L', 0, 0, 0,
+                                 0, 'L', tag[0], tag[1], tag[2], tag[3], 'L', 0,   0,   0, 1};
+  send(client, reply, sizeof reply, MSG_NOSIGNAL);
+  std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+}  // namespace
+
+SoundServer::SoundServer() {
+  std::string name = (std::filesystem::temp_directory_path() / "sound.XXXXXX").string();
+  folder_ = mkdtemp(name.data());
+  if (const char* before = getenv("PULSE_SERVER")) outside_ = before;
+  setenv("PULSE_SERVER", ("unix:" + socketPath()).c_str(), 1);
+  writeTone(folder_ / "tone");
+  begin();
+}
+
+SoundServer::~SoundServer() {
+  end();
+  if (outside_.empty()) {
+    unsetenv("PULSE_SERVER");
+  } else {
+    setenv("PULSE_SERVER", outside_.c_str(), 1);
+  }
+  std::filesystem::remove_all(folder_);
+}
+
+void SoundServer::begin() {
+  const auto script = folder_ / "server.pa";
+  std::ofstream(script) << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socketPath()
+                        << "\nload-module module-null-sink sink_name=speaker norewinds=1 rate=48000\n"
+                        << microphone << "\nset-default-source microphone\n";
+  std::filesystem::remove(socketPath());
+  server_ = std::make_unique<AppProcess>(std::vector<std::string>{
+      "pulseaudio", "-n", "-F", script, "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1",
+      "--disable-shm=yes", "--realtime=no", "--high-priority=no", "--log-target=null"});
+  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+  while (outputOf({"pactl", "get-default-source"}) != "microphone\n" &&
+         std::chrono::steady_clock::now() < deadline)
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
+}
+
+void SoundServer::beginRefusing() {
+  std::filesystem::remove(socketPath());
+  const int listener = socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+  sockaddr_un address{};
+  address.sun_family = AF_UNIX;
+  socketPath().copy(address.sun_path, sizeof address.sun_path - 1);
+  bind(listener, reinterpret_cast<const sockaddr*>(&address), sizeof address);
+  listen(listener, 8);
+  refusing_ = std::jthread([listener](std::stop_token stop) {
+    while (!stop.stop_requested()) {
+      pollfd waiting{listener, POLLIN, 0};
+      if (poll(&waiting, 1, 50) <= 0) continue;
+      const int client = accept4(listener, nullptr, nullptr, SOCK_CLOEXEC);
+      refuse(client);
+      close(client);
+    }
+    close(listener);
+  });
+}
+
+void SoundServer::end() {
+  refusing_ = std::jthread();
+  player_.reset();
+  server_.reset();
+}
+
+void SoundServer::hang() { server_->signal(SIGSTOP); }
+void SoundServer::resume() { server_->signal(SIGCONT); }
+
+void SoundServer::unplugMicrophone() { outputOf({"pactl", "unload-module", "module-remap-source"}); }
+
+void SoundServer::plugMicrophone() {
+  outputOf(
+      {"pactl", "load-module", "module-remap-source", "source_name=microphone", "master=speaker.monitor"});
+  outputOf({"pactl", "set-default-source", "microphone"});
+}
+
+void SoundServer::playTone() {
+  player_ = std::make_unique<AppProcess>(
+      std::vector<std::string>{"pacat", "--playback", "--device=speaker", "--raw", "--rate=48000",
+                               "--channels=1", "--format=s16le", "--latency-msec=40", folder_ / "tone"});
+}
+
+void SoundServer::playNothing() { player_.reset(); }
+
+int SoundServer::captureStreams() {
+  const std::string listing = outputOf({"pactl", "list", "source-outputs"});
+  const std::string ours = "application.process.id = \"" + std::to_string(getpid()) + "\"";
+  int count = 0;
+  for (auto at = listing.find(ours); at != std::string::npos; at = listing.find(ours, at + 1)) ++count;
+  return count;
+}
+
+}  // namespace pell::testing
