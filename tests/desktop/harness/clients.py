@@ -1,7 +1,9 @@
 """pell-server and pell, as processes of a private desktop."""
 
+import array
 import contextlib
 import dataclasses
+import io
 import json
 import os
 import pathlib
@@ -10,6 +12,9 @@ import socket
 import sqlite3
 import subprocess
 import time
+import urllib.error
+import urllib.request
+import wave
 
 from harness.processes import Failure, poll
 
@@ -79,6 +84,29 @@ class Server:
         fresh = self.folder / "transcript.new"
         fresh.write_bytes(text.encode())
         fresh.rename(self.folder / "transcript")
+
+    def ask(self, path, body, kind="application/json", token=None):
+        """One request as any client may make it; gives (status, decoded JSON)."""
+        request = urllib.request.Request(f"http://127.0.0.1:{self.port}{path}", body, {"Content-Type": kind})
+        if token:
+            request.add_header("Authorization", f"Bearer {token}")
+        try:
+            with urllib.request.urlopen(request, timeout=60) as reply:
+                return reply.status, json.load(reply)
+        except urllib.error.HTTPError as error:
+            return error.code, json.load(error)
+
+    def spend(self, seconds, email=EMAIL, password=PASSWORD):
+        """Dictates that many seconds in the account's name, and gives the server's (status, JSON)."""
+        credentials = json.dumps({"email": email, "password": password}).encode()
+        status, session = self.ask("/api/v1/auth/login", credentials)
+        if status != 200:
+            raise Failure(f"signing in for {email}: {status} {session}")
+        sound = io.BytesIO()
+        with wave.open(sound, "wb") as file:
+            file.setparams((1, 2, 16000, 0, "NONE", ""))
+            file.writeframes(array.array("h", [0, 9000, 0, -9000] * (4000 * seconds)).tobytes())
+        return self.ask("/api/v1/transcribe?language=en", sound.getvalue(), "audio/wav", session["accessToken"])
 
     def heard(self):
         """How many bytes of sound each recording had, in order."""

@@ -71,11 +71,16 @@ def slow_server(world):
 
 @scenario()
 def quota_of_the_server(world):
-    """pell-server's own refusal, not a scripted one."""
-    world.setup(transcript="One too many.", minutes=0)
+    """pell-server's own refusal, not a scripted one: its sentence reaches the user."""
+    world.setup(transcript="One too many.", minutes=1)
+    world.expect(world.server.spend(59)[0], 200, "the first minute")
+    for _ in range(3):
+        status, body = world.server.spend(2)
+        if status != 200:
+            break
+    world.expect((status, body.get("code")), (402, "QUOTA_EXCEEDED"), "past the first minute")
     end = world.dictate()
-    world.expect(end["event"], "dictation_failed", "the dictation")
-    world.check("Request failed" not in end["reason"] and end["reason"] != UNREADABLE, f"told as {end['reason']!r}")
+    world.expect((end["event"], end["reason"]), ("dictation_failed", body["error"]), "the dictation")
     world.nothing_kept()
 
 
