@@ -1,6 +1,7 @@
 // One whole dictation pipeline on an in-memory desktop, for tests.
 #pragma once
 
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
 #include <nlohmann/json.hpp>
@@ -47,6 +48,7 @@ class DictationRoad {
 
   ~DictationRoad() {
     EXPECT_EQ(platform.log.text().find("ello there"), std::string::npos) << "dictated words in the log";
+    for (const auto& shown : phases) EXPECT_TRUE(isWordedByThePlatform(shown)) << shown;
   }
 
   MemoryPlatform platform;
@@ -66,7 +68,7 @@ class DictationRoad {
                      .main = platform.time.main(),
                      .clock = platform.time,
                      .scratch = platform.scratch(),
-                     .words = MemoryPlatform::words(),
+                     .words = words(),
                      .log = log}};
   TextInjector injector{{.workspace = platform.workspace,
                          .accessibility = platform.accessibility,
@@ -75,7 +77,7 @@ class DictationRoad {
                          .main = platform.time.main(),
                          .secureInput = secureInput,
                          .config = config,
-                         .words = MemoryPlatform::words(),
+                         .words = words(),
                          .log = log}};
   MemoryApplication& editor = platform.desktop.launchEditor();
   MemoryElement& field = *editor.focus;
@@ -103,7 +105,7 @@ class DictationRoad {
                                         .sounds = platform.sounds,
                                         .activity = platform.activity,
                                         .main = platform.time.main(),
-                                        .words = MemoryPlatform::words(),
+                                        .words = words(),
                                         .log = log,
                                         .browserHost = [this](const std::optional<RunningApplication>&) {
                                           ++hostQuestions;
@@ -136,6 +138,21 @@ class DictationRoad {
   }
 
  private:
+  Words words() {
+    return [this](std::string_view text) {
+      worded_.emplace_back(text);
+      return std::string(text);
+    };
+  }
+
+  /// A message that names keys or places of one platform was asked of the platform, before anything was
+  /// joined to it.
+  bool isWordedByThePlatform(const std::string& shown) const {
+    bool special = shown.find("⌘") != std::string::npos || shown.find("System Settings") != std::string::npos;
+    return !special || std::any_of(worded_.begin(), worded_.end(),
+                                   [&](const auto& text) { return shown.find(text) != std::string::npos; });
+  }
+
   std::string describePhase() const {
     struct Describe {
       std::string operator()(const phase::Idle&) const { return "idle"; }
@@ -178,6 +195,8 @@ class DictationRoad {
   static MemoryHttpSession::Reply json(const nlohmann::json& body) {
     return {.outcome = HttpResponse{.status = 200, .headers = {}, .body = body.dump()}};
   }
+
+  std::vector<std::string> worded_;  // every text that the platform's wording was asked for
 };
 
 }  // namespace pell::testing

@@ -251,6 +251,53 @@ TEST_F(RecorderTest, AMicrophoneThatDiesEndsTheRecording) {
   EXPECT_EQ(recorder.stop(), platform.audio.payload);
 }
 
+TEST_F(RecorderTest, ARecordingMayReportItsDeathFromItsOwnCode) {
+  /// Reads a member of its own after it has told of its end, as an adapter does.
+  class Dying final : public AudioRecording {
+   public:
+    void setMeteringEnabled(bool) override {}
+    bool record() override { return true; }
+    void stop() override { ++stops_; }
+    void updateMeters() override {}
+    double averagePower(int) const override { return 0; }
+    int dieAndCountStops() {
+      onFailure("unplugged");
+      return stops_;
+    }
+
+   private:
+    int stops_ = 0;
+  };
+  class OneRecording final : public AudioCapture {
+   public:
+    Dying* recording = nullptr;
+    MicrophoneAuthorization authorization() const override { return MicrophoneAuthorization::authorized; }
+    bool hasDefaultDevice() const override { return true; }
+    void requestAccess(std::function<void(bool)> answer) override { answer(true); }
+    AudioOpening open(const fs::path&, const AudioSettings&) override {
+      auto made = std::make_unique<Dying>();
+      recording = made.get();
+      return made;
+    }
+  };
+  OneRecording single;
+  Recorder tested{{.audio = single,
+                   .main = platform.time.main(),
+                   .clock = platform.time,
+                   .scratch = platform.scratch(),
+                   .words = MemoryPlatform::words(),
+                   .log = log}};
+  auto run = [&]() -> Task<void> {
+    bool started = co_await tested.start();
+    EXPECT_TRUE(started);
+  };
+  TaskScope scope{platform.time.main()};
+  scope.spawn(run());
+  platform.time.runReady();
+  EXPECT_EQ(single.recording->dieAndCountStops(), 1);
+  platform.time.runReady();
+}
+
 TEST_F(RecorderTest, NothingIsLeftBehind) {
   struct Case {
     const char* name;
