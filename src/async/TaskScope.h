@@ -48,7 +48,7 @@ class TaskScope {
  private:
   struct Root;
   struct Core {
-    explicit Core(Executor& executor) : executor(executor) {}
+    explicit Core(Executor& home) : executor(home) {}
     Executor& executor;
     bool closed = false;
     std::unordered_set<void*> running;
@@ -67,7 +67,7 @@ class TaskScope {
 
   struct Root {
     struct promise_type : detail::PromiseBase {
-      promise_type(Task<void>&, Core* core) : core(core) {
+      promise_type(Task<void>&, Core* owner) : core(owner) {
         home = &core->executor;
         core->running.insert(handle().address());
       }
