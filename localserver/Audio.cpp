@@ -9,6 +9,7 @@ namespace {
 
 constexpr std::size_t frame = speechRate / 50;  // 20 ms
 constexpr double silentDecibels = -60;
+constexpr double digitalSilence = -75;
 
 constexpr std::size_t frames(double seconds) { return static_cast<std::size_t>(seconds * 50); }
 
@@ -34,12 +35,19 @@ std::vector<double> levelsOf(std::span<const std::int16_t> samples) {
   return levels;
 }
 
-/// The level above which a frame counts as speech; infinite where all is of one level.
+/// The level above which a frame counts as speech; infinite where all is of one level. The floor is what the
+/// quietest fiftieth stays below: people who speak without a breath leave no more than that. Digital silence,
+/// as before a microphone wakes, is no floor.
 double thresholdOf(const std::vector<double>& levels) {
   std::vector<double> sorted = levels;
+  std::erase_if(sorted, [](double level) { return level < digitalSilence; });
+  if (sorted.empty()) return INFINITY;
   std::sort(sorted.begin(), sorted.end());
-  const double floor = sorted[sorted.size() / 10];
+  const double floor = sorted[sorted.size() / 50];
   const double range = sorted.back() - floor;
+  // Where digital silence is all there is beside one level, that level may be a voice.
+  const bool bareTone = range < 4 && sorted.size() < levels.size() * 98 / 100;
+  if (bareTone) return std::max(silentDecibels, floor - 4);
   if (range < 4) return INFINITY;
   return std::max(silentDecibels, floor + std::clamp(range * 0.3, 3.0, 12.0));
 }

@@ -190,7 +190,10 @@ class Conversation {
 }  // namespace
 
 CommandTranscriber::CommandTranscriber(std::string command, std::chrono::milliseconds limit)
-    : command_(std::move(command)), limit_(limit) {}
+    : command_(std::move(command)), limit_(limit) {
+  // A command that leaves its input unread must not take the process with it.
+  signal(SIGPIPE, SIG_IGN);
+}
 
 SpokenText CommandTranscriber::transcribe(const Speech& speech) {
   const auto deadline = Clock::now() + limit_;

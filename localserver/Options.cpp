@@ -1,16 +1,17 @@
 #include "localserver/Options.h"
 
+#include <algorithm>
 #include <array>
 #include <charconv>
 #include <fmt/format.h>
 #include <map>
-#include <set>
+#include <string_view>
 #include <utility>
 
 namespace pell::localserver {
 namespace {
 
-const std::array<const char*, 9> valued = {
+constexpr std::array<std::string_view, 8> valued = {
     "--listen",
     "--data",
     "--minutes-per-month",

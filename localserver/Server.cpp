@@ -25,12 +25,13 @@ constexpr unsigned mostDecoders = 4;
 
 std::unique_ptr<Storage> openStorage(const std::filesystem::path& directory) {
   std::error_code error;
-  std::filesystem::create_directories(directory, error);
+  const bool made = std::filesystem::create_directories(directory, error);
   if (error) {
     throw StartFailure(
         fmt::format("The data directory {} cannot be made: {}.", directory.string(), error.message()));
   }
-  chmod(directory.c_str(), 0700);
+  // A directory that was there before keeps its mode: it may hold other things.
+  if (made) chmod(directory.c_str(), 0700);
   try {
     return std::make_unique<SqliteStorage>(directory / "server.db");
   } catch (const StorageFailure& failure) {

@@ -3,9 +3,24 @@
 #include <algorithm>
 #include <pocketsphinx.h>
 #include <sphinxbase/err.h>
+#include <string_view>
+#include <unistd.h>
 #include <utility>
 
 namespace pell::localserver {
+namespace {
+
+/// The library reports whatever it likes, which belongs in no log. After a fatal message it ends the process
+/// by itself, with several threads at work; so the end is told and made here.
+void hearLibrary(void*, err_lvl_t level, const char*, ...) {
+  if (level != ERR_FATAL) return;
+  constexpr std::string_view sentence =
+      "pell-server: The speech recogniser gave up; its model may be damaged. Reinstall pocketsphinx-en-us.\n";
+  [[maybe_unused]] const auto written = write(STDERR_FILENO, sentence.data(), sentence.size());
+  _exit(1);
+}
+
+}  // namespace
 
 /// The pieces of one request. Guarded by the transcriber's mutex, but for the samples, which only decoders
 /// read.
@@ -27,10 +42,8 @@ class SphinxTranscriber::Decoder {
     const std::string acoustic = (model / "en-us").string();
     const std::string language = (model / "en-us.lm.bin").string();
     const std::string dictionary = (model / "cmudict-en-us.dict").string();
-    // Narrower beams than the defaults: on plain speech they cost no word that was measured and halve the
-    // time.
     config_.reset(cmd_ln_init(nullptr, ps_args(), TRUE, "-hmm", acoustic.c_str(), "-lm", language.c_str(),
-                              "-dict", dictionary.c_str(), "-logfn", "/dev/null", nullptr));
+                              "-dict", dictionary.c_str(), nullptr));
     if (!config_) throw TranscriberFailure("The speech recogniser cannot be configured.");
     decoder_.reset(ps_init(config_.get()));
     if (!decoder_) throw TranscriberFailure("The speech model cannot be loaded.");
@@ -67,8 +80,8 @@ SphinxTranscriber::SphinxTranscriber(std::filesystem::path model, unsigned decod
     throw TranscriberFailure("The speech model is not at " + model_.string() +
                              ": install the package pocketsphinx-en-us, or name another transcriber.");
   }
-  // The library reports on standard error whatever it likes; nothing of speech belongs there.
   err_set_logfp(nullptr);
+  err_set_callback(&hearLibrary, nullptr);
   for (unsigned i = 0; i < decoders; ++i) threads_.emplace_back([this] { run(); });
 }
 

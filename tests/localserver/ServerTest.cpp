@@ -1,0 +1,360 @@
+// The whole server over real HTTP on loopback.
+#include <algorithm>
+#include <fstream>
+#include <gtest/gtest.h>
+
+#include "HttpClient.h"
+#include "SoundFile.h"
+#include "TemporaryDirectory.h"
+#include "localserver/Server.h"
+
+namespace pell::localserver {
+namespace {
+
+using nlohmann::json;
+
+class ServerTest : public testing::Test {
+ protected:
+  void start(const std::string& command, const Options& more = {}) {
+    Options options = more;
+    options.port = 0;
+    options.data = directory_.path();
+    options.recogniser = RecogniserCommand{command};
+    server_.reset();
+    server_ = std::make_unique<Server>(Server::Setup{.options = options,
+                                                     .log = log_,
+                                                     .now = [this] { return now_.load(); },
+                                                     .passwordCost = PasswordCost::least()});
+  }
+
+  Answer post(const std::string& path, const json& body, const std::string& token = "") {
+    return send(server_->port(), {.method = "POST",
+                                  .path = "/api/v1" + path,
+                                  .token = token,
+                                  .contentType = "application/json",
+                                  .body = body.dump()});
+  }
+
+  std::string signUp(const std::string& email = "ann@example.org") {
+    return post("/auth/register", {{"email", email}, {"password", "correct horse"}}).json()["accessToken"];
+  }
+
+  Answer me(const std::string& token) {
+    return send(server_->port(), {.path = "/api/v1/me", .token = token});
+  }
+
+  Answer transcribe(const std::string& token, const std::string& sound,
+                    const std::string& query = "?language=en", const std::string& type = "audio/mp4") {
+    return send(server_->port(), {.method = "POST",
+                                  .path = "/api/v1/transcribe" + query,
+                                  .token = token,
+                                  .contentType = type,
+                                  .body = sound});
+  }
+
+  TemporaryDirectory directory_;
+  std::FILE* logFile_ = std::tmpfile();
+  ServerLog log_{logFile_};
+  std::atomic<UnixSeconds> now_ = 1'735'603'200;  // 2024-12-31T00:00Z
+  std::unique_ptr<Server> server_;
+};
+
+const std::string hello = "cat >/dev/null; echo ' hello there. '";
+
+TEST_F(ServerTest, AnAccountFromItsFirstToItsLastToken) {
+  start(hello);
+  const Answer registered =
+      post("/auth/register", {{"email", " Ann@Example.org "}, {"password", "correct horse"}});
+  ASSERT_EQ(registered.status, 200) << registered.body;
+  const json session = registered.json();
+  EXPECT_EQ(session["user"]["email"], "ann@example.org");
+  EXPECT_EQ(session["user"]["isAdmin"], false);
+  EXPECT_TRUE(session["user"]["plan"].is_string());
+  EXPECT_EQ(session["expiresIn"], 900.0);
+
+  const json account = me(session["accessToken"]).json();
+  EXPECT_EQ(account["id"], session["user"]["id"]);
+  EXPECT_EQ(account["createdAt"], "2024-12-31T00:00:00Z");
+  EXPECT_EQ(account["cleanupEnabled"], true);
+  EXPECT_FALSE(account.contains("cleanupPromptVersion"));
+  EXPECT_EQ(account["plan"]["minutesPerMonth"], Options().minutesPerMonth);
+
+  const json again =
+      post("/auth/login", {{"email", "ANN@example.org"}, {"password", "correct horse"}}).json();
+  now_ += 900;
+  EXPECT_EQ(me(again["accessToken"]).errorCode(), "UNAUTHORIZED");
+  const json renewed = post("/auth/refresh", {{"refreshToken", again["refreshToken"]}}).json();
+  EXPECT_EQ(me(renewed["accessToken"]).status, 200);
+  EXPECT_EQ(renewed["user"], session["user"]);
+
+  start(hello);  // a restart forgets nobody
+  EXPECT_EQ(me(renewed["accessToken"]).status, 200);
+  EXPECT_EQ(send(server_->port(),
+                 {.method = "POST", .path = "/api/v1/auth/logout", .token = renewed["accessToken"]})
+                .status,
+            200);
+  EXPECT_EQ(me(renewed["accessToken"]).errorCode(), "UNAUTHORIZED");
+  EXPECT_EQ(post("/auth/refresh", {{"refreshToken", renewed["refreshToken"]}}).errorCode(),
+            "SESSION_EXPIRED");
+}
+
+TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
+  start(hello);
+  const std::string token = signUp();
+  const auto credentials = [](const json& email, const json& password) {
+    return json{{"email", email}, {"password", password}}.dump();
+  };
+  const std::string as = "application/json";
+  const std::string reg = "/api/v1/auth/register";
+  const std::string login = "/api/v1/auth/login";
+  struct {
+    Ask ask;
+    long status;
+    const char* code;
+  } const rows[] = {
+      {{.path = "/"}, 404, "NOT_FOUND"},
+      {{.path = "/api/v1/me/"}, 404, "NOT_FOUND"},
+      {{.path = "/api/v1/%00me"}, 404, "NOT_FOUND"},
+      {{.method = "PUT", .path = "/api/v1/me"}, 405, "METHOD_NOT_ALLOWED"},
+      {{.path = login}, 405, "METHOD_NOT_ALLOWED"},
+      {{.path = "/api/v1/me"}, 401, "UNAUTHORIZED"},
+      {{.path = "/api/v1/me", .token = "' or 1=1 --"}, 401, "UNAUTHORIZED"},
+      {{.method = "POST", .path = login, .contentType = "text/plain", .body = "{}"},
+       415,
+       "UNSUPPORTED_MEDIA_TYPE"},
+      {{.method = "POST", .path = login, .contentType = as, .body = ""}, 400, "BAD_REQUEST"},
+      {{.method = "POST", .path = login, .contentType = as, .body = "{"}, 400, "BAD_REQUEST"},
+      {{.method = "POST", .path = login, .contentType = as, .body = "[]"}, 400, "BAD_REQUEST"},
+      {{.method = "POST", .path = login, .contentType = as, .body = std::string(60'000, '[')},
+       400,
+       "BAD_REQUEST"},
+      {{.method = "POST", .path = login, .contentType = as, .body = std::string(70'000, ' ')},
+       413,
+       "PAYLOAD_TOO_LARGE"},
+      {{.method = "POST", .path = login, .contentType = as, .body = credentials("a@b", 5)},
+       400,
+       "BAD_REQUEST"},
+      {{.method = "POST", .path = login, .contentType = as, .body = R"({"email":"a@b"})"},
+       400,
+       "BAD_REQUEST"},
+      {{.method = "POST",
+        .path = reg,
+        .contentType = as,
+        .body = "{\"email\":\"\xff@b\",\"password\":\"correct horse\"}"},
+       400,
+       "BAD_REQUEST"},
+      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("ann", "correct horse")},
+       400,
+       "INVALID_EMAIL"},
+      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("a@b@c", "correct horse")},
+       400,
+       "INVALID_EMAIL"},
+      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("a b@c", "correct horse")},
+       400,
+       "INVALID_EMAIL"},
+      {{.method = "POST",
+        .path = reg,
+        .contentType = as,
+        .body = credentials(std::string(255, 'a') + "@b", "correct horse")},
+       400,
+       "INVALID_EMAIL"},
+      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("b@example.org", "९ chars..")},
+       400,
+       "WEAK_PASSWORD"},
+      {{.method = "POST",
+        .path = reg,
+        .contentType = as,
+        .body = credentials("b@example.org", std::string(2000, 'p'))},
+       400,
+       "WEAK_PASSWORD"},
+      {{.method = "POST",
+        .path = reg,
+        .contentType = as,
+        .body = credentials("ANN@example.org", "correct horse")},
+       409,
+       "EMAIL_UNAVAILABLE"},
+      {{.method = "POST",
+        .path = login,
+        .contentType = as,
+        .body = credentials("ann@example.org", "wrong horse")},
+       401,
+       "INVALID_CREDENTIALS"},
+      {{.method = "POST",
+        .path = login,
+        .contentType = as,
+        .body = credentials("nobody@example.org", "correct horse")},
+       401,
+       "INVALID_CREDENTIALS"},
+      {{.method = "POST",
+        .path = "/api/v1/auth/refresh",
+        .contentType = as,
+        .body = R"({"refreshToken":"x"})"},
+       401,
+       "SESSION_EXPIRED"},
+      {{.method = "POST", .path = "/api/v1/transcribe", .contentType = "audio/mp4"}, 401, "UNAUTHORIZED"},
+      {{.method = "POST", .path = "/api/v1/transcribe", .token = token, .contentType = "video/mp4"},
+       415,
+       "UNSUPPORTED_MEDIA_TYPE"},
+      {{.method = "POST", .path = "/api/v1/transcribe", .token = token, .contentType = "audio/mp4"},
+       422,
+       "BAD_AUDIO"},
+      {{.method = "POST",
+        .path = "/api/v1/transcribe",
+        .token = token,
+        .contentType = "audio/wav",
+        .body = std::string(5000, 'g')},
+       422,
+       "BAD_AUDIO"},
+      {{.method = "POST",
+        .path = "/api/v1/transcribe?language=xx",
+        .token = token,
+        .contentType = "audio/mp4",
+        .body = "x"},
+       400,
+       "UNSUPPORTED_LANGUAGE"},
+      {{.method = "POST",
+        .path = "/api/v1/transcribe?language=en",
+        .token = token,
+        .contentType = "audio/mp4",
+        .body = std::string((25u << 20) + 1, 'x')},
+       413,
+       "PAYLOAD_TOO_LARGE"},
+  };
+  for (const auto& [ask, status, code] : rows) {
+    const Answer answer = send(server_->port(), ask);
+    EXPECT_EQ(answer.status, status) << ask.method << " " << ask.path << " " << ask.body.substr(0, 80);
+    EXPECT_EQ(answer.errorCode(), code) << ask.method << " " << ask.path << " " << ask.body.substr(0, 80);
+  }
+}
+
+TEST_F(ServerTest, ADictationComesBackCountedAndMetered) {
+  start("cat >/dev/null; printf ' Hello there.\\nहिंदी e\\314\\201\\377 \\n'");
+  const std::string token = signUp();
+  const Answer answer = transcribe(token, mp4File(tone(2)), "?language=multi&style=slack-message-v2");
+  ASSERT_EQ(answer.status, 200) << answer.body;
+  const json result = answer.json();
+  EXPECT_EQ(result["transcript"], "Hello there.\nहिंदी e\u0301\uFFFD");
+  EXPECT_EQ(result["paragraphs"], json({"Hello there.", "हिंदी e\u0301\uFFFD"}));
+  EXPECT_EQ(result["rawTranscript"], " Hello there.\nहिंदी e\u0301\uFFFD \n");
+  EXPECT_EQ(result["words"], 4);
+  EXPECT_EQ(result["characters"], 18);
+  EXPECT_EQ(result["language"], "multi");
+  EXPECT_NEAR(result["durationSeconds"], 2.0, 0.1);
+  for (const char* absent : {"confidence", "cleanupPromptVersionTitle", "unlocked"})
+    EXPECT_FALSE(result.contains(absent));
+  const double seconds = result["durationSeconds"];
+  const json quota = {{"minutesPerMonth", 6000},
+                      {"allowanceSeconds", 360'000.0},
+                      {"usedSeconds", seconds},
+                      {"remainingSeconds", 360'000.0 - seconds}};
+  EXPECT_EQ(result["quota"], quota);
+}
+
+TEST_F(ServerTest, SilenceIsAnEmptyDictationAndNobodyIsAsked) {
+  start("cat >/dev/null; echo invented");
+  const Answer answer = transcribe(signUp(), mp4File(Pcm(speechRate)));
+  ASSERT_EQ(answer.status, 200) << answer.body;
+  EXPECT_EQ(answer.json()["transcript"], "");
+  EXPECT_EQ(answer.json()["paragraphs"], json::array());
+  EXPECT_EQ(answer.json()["words"], 0);
+  EXPECT_EQ(answer.json()["characters"], 0);
+}
+
+TEST_F(ServerTest, TheMonthsAllowanceEndsAndReturns) {
+  Options options;
+  options.minutesPerMonth = 1;
+  start(hello, options);
+  const std::string ann = signUp();
+  const std::string sound = wavFile(tone(40));
+  EXPECT_EQ(transcribe(ann, sound, "?language=en", "audio/wav").json()["quota"]["remainingSeconds"], 20.0);
+  EXPECT_EQ(transcribe(ann, sound, "?language=en", "audio/wav").json()["quota"]["remainingSeconds"], 0.0);
+  const Answer refused = transcribe(ann, "not even sound", "?language=en", "audio/wav");
+  EXPECT_EQ(refused.errorCode(), "QUOTA_EXCEEDED");
+  EXPECT_EQ(refused.status, 402);
+  EXPECT_EQ(transcribe(signUp("bob@example.org"), sound, "?language=en", "audio/wav").status, 200);
+  now_ += 86'400;  // the first of the next month
+  const std::string later = post("/auth/login", {{"email", "ann@example.org"}, {"password", "correct horse"}})
+                                .json()["accessToken"];
+  EXPECT_EQ(transcribe(later, sound, "?language=en", "audio/wav").json()["quota"]["usedSeconds"], 40.0);
+}
+
+TEST_F(ServerTest, FailedWorkIsNotCharged) {
+  const auto flag = directory_.path() / "works";
+  start("cat >/dev/null; test -e " + flag.string() + " && echo hello");
+  const std::string token = signUp();
+  const std::string sound = wavFile(tone(3));
+  const Answer failed = transcribe(token, sound, "?language=en", "audio/wav");
+  EXPECT_EQ(failed.status, 502);
+  EXPECT_EQ(failed.errorCode(), "TRANSCRIPTION_FAILED");
+  std::ofstream(flag) << "yes";
+  EXPECT_EQ(transcribe(token, sound, "?language=en", "audio/wav").json()["quota"]["usedSeconds"], 3.0);
+}
+
+TEST_F(ServerTest, GuessingPasswordsIsHeldBack) {
+  Options options;
+  options.authAttemptsPerMinute = 3;
+  start(hello, options);
+  const std::string token = signUp();
+  const json guess = {{"email", "ann@example.org"}, {"password", "wrong horse"}};
+  EXPECT_EQ(post("/auth/login", guess).status, 401);
+  EXPECT_EQ(post("/auth/login", guess).status, 401);
+  const Answer held = post("/auth/login", guess);
+  EXPECT_EQ(held.errorCode(), "TOO_MANY_ATTEMPTS");
+  EXPECT_EQ(held.status, 429);
+  EXPECT_TRUE(held.headers.contains("retry-after"));
+  EXPECT_EQ(me(token).status, 200) << "the signed-in go on";
+}
+
+TEST_F(ServerTest, TheLogAndTheDatabaseHoldNoSecret) {
+  start("cat >/dev/null; echo canarysentence; echo canarysentence >&2");
+  const json session =
+      post("/auth/register", {{"email", "canaryname@example.org"}, {"password", "canarypassword"}}).json();
+  const std::string token = session["accessToken"];
+  transcribe(token, mp4File(tone(1)), "?language=en&style=canarystyle");
+  transcribe(token, "garbage canarysound");
+  post("/auth/login", {{"email", "canaryname@example.org"}, {"password", "canarypassworx"}});
+  server_.reset();
+
+  std::string log;
+  std::rewind(logFile_);
+  for (int c = std::fgetc(logFile_); c != EOF; c = std::fgetc(logFile_)) log += static_cast<char>(c);
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4) << log;
+  EXPECT_NE(log.find("\"path\":\"/api/v1/transcribe\""), std::string::npos) << log;
+  EXPECT_EQ(log.find("canary"), std::string::npos) << log;
+  std::ifstream stream(directory_.path() / "server.db", std::ios::binary);
+  const std::string database{std::istreambuf_iterator<char>(stream), {}};
+  EXPECT_NE(database.find("canaryname"), std::string::npos);
+  for (const std::string& secret : {token, session["refreshToken"].get<std::string>(),
+                                    std::string("canarypass"), std::string("canarysentence")}) {
+    EXPECT_EQ(log.find(secret), std::string::npos);
+    EXPECT_EQ(database.find(secret), std::string::npos);
+  }
+}
+
+TEST_F(ServerTest, WhatKeepsItFromStartingIsExplained) {
+  start(hello);
+  const auto failure = [this](const Options& options) -> std::string {
+    try {
+      const Server other(
+          {.options = options, .log = log_, .now = [] { return 0; }, .passwordCost = PasswordCost::least()});
+      return "";
+    } catch (const StartFailure& reason) {
+      return reason.what();
+    }
+  };
+  const TemporaryDirectory elsewhere;
+  std::ofstream(elsewhere.path() / "file") << "no directory";
+  Options options{.port = server_->port(), .data = elsewhere.path(), .recogniser = RecogniserCommand{hello}};
+  EXPECT_NE(failure(options).find("in use"), std::string::npos);
+  options.port = 0;
+  options.data = elsewhere.path() / "file";
+  EXPECT_NE(failure(options).find((elsewhere.path() / "file").string()), std::string::npos);
+  options.data = elsewhere.path();
+  options.recogniser =
+      RecogniserAddress{.url = "http://x", .model = "m", .keyFile = elsewhere.path() / "no-key"};
+  EXPECT_NE(failure(options).find("no-key"), std::string::npos);
+  EXPECT_TRUE(server_->reachesOnlyThisMachine());
+}
+
+}  // namespace
+}  // namespace pell::localserver

@@ -1,0 +1,84 @@
+// How tokens follow one another, and what happens to a stolen one.
+#include <gtest/gtest.h>
+
+#include "MemoryStorage.h"
+#include "localserver/Secrets.h"
+#include "localserver/Sessions.h"
+
+namespace pell::localserver {
+namespace {
+
+class SessionsTest : public testing::Test {
+ protected:
+  SessionsTest() {
+    startCryptography();
+    storage_.addUser({.id = "u1", .email = "a@b", .passwordHash = "h"});
+  }
+
+  std::string rotate(const std::string& token) {
+    const auto pair = sessions_.refresh(token);
+    return pair ? pair->refresh : "refused";
+  }
+
+  UnixSeconds now_ = 1'700'000'000;
+  MemoryStorage storage_;
+  Sessions sessions_{storage_, [this] { return now_; }};
+};
+
+TEST_F(SessionsTest, LostReplyCostsNoSignIn) {
+  const TokenPair first = sessions_.open("u1");
+  rotate(first.refresh);  // this reply is lost
+  const std::string second = rotate(first.refresh);
+  const std::string third = rotate(second);
+  EXPECT_NE(third, "refused");
+  EXPECT_NE(rotate(third), "refused");
+}
+
+TEST_F(SessionsTest, TokenUsedAfterItsSuccessorEndsTheSignInForBoth) {
+  const TokenPair first = sessions_.open("u1");
+  const TokenPair elsewhere = sessions_.open("u1");
+  const std::string second = rotate(first.refresh);
+  const auto current = sessions_.refresh(second);
+  ASSERT_TRUE(current);
+  ASSERT_TRUE(sessions_.authenticate(current->access));
+
+  EXPECT_EQ(rotate(first.refresh), "refused");
+  EXPECT_EQ(rotate(current->refresh), "refused");
+  EXPECT_FALSE(sessions_.authenticate(current->access));
+  EXPECT_TRUE(sessions_.authenticate(elsewhere.access)) << "another device of the same user";
+}
+
+TEST_F(SessionsTest, OfTwoSuccessorsOnlyTheOneUsedFirstIsGood) {
+  const TokenPair first = sessions_.open("u1");
+  const std::string one = rotate(first.refresh);
+  const std::string other = rotate(first.refresh);
+  EXPECT_NE(rotate(one), "refused");
+  EXPECT_EQ(rotate(other), "refused");
+  EXPECT_EQ(rotate(one), "refused") << "the sign-in has ended";
+}
+
+TEST_F(SessionsTest, TokensExpire) {
+  const TokenPair pair = sessions_.open("u1");
+  now_ += pair.accessLifetime.count() - 1;
+  EXPECT_EQ(sessions_.authenticate(pair.access)->userId, "u1");
+  now_ += 1;
+  EXPECT_FALSE(sessions_.authenticate(pair.access));
+  const std::string next = rotate(pair.refresh);
+  EXPECT_NE(next, "refused");
+  now_ += std::chrono::seconds(Sessions::refreshLifetime).count();
+  EXPECT_EQ(rotate(next), "refused");
+  EXPECT_EQ(rotate("made up"), "refused");
+}
+
+TEST_F(SessionsTest, NothingStoredIsAToken) {
+  const TokenPair pair = sessions_.open("u1");
+  EXPECT_FALSE(storage_.accessToken(pair.access));
+  EXPECT_FALSE(storage_.refreshToken(pair.refresh));
+  EXPECT_FALSE(sessions_.authenticate(tokenHash(pair.access)));
+  sessions_.close(*sessions_.authenticate(pair.access));
+  EXPECT_FALSE(sessions_.authenticate(pair.access));
+  EXPECT_EQ(rotate(pair.refresh), "refused");
+}
+
+}  // namespace
+}  // namespace pell::localserver
