@@ -94,7 +94,6 @@ std::string Database::Row::text(int column) const {
 }
 
 std::optional<std::string> Database::Row::optionalText(int column) const {
-  if (sqlite3_column_type(statement_, column) == SQLITE_NULL) return std::nullopt;
   const unsigned char* start = sqlite3_column_text(statement_, column);
   if (!start) return std::nullopt;
   return repairedUtf8(reinterpret_cast<const char*>(start));
