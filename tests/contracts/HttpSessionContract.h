@@ -1,34 +1,11 @@
 // What every HttpSession does.
 #pragma once
 
-#include <map>
-
+#include "contracts/Served.h"
 #include "contracts/World.h"
 #include "platform/HttpSession.h"
 
 namespace pell::testing {
-
-/// What the server does with the next request that reaches it.
-struct ServedReply {
-  enum class Manner {
-    whole,     // the reply as told, after `delay`
-    breakOff,  // half of the reply, then the connection ends
-    notHttp,   // bytes of another protocol
-    silence,   // nothing, ever
-  };
-  Manner manner = Manner::whole;
-  int status = 200;
-  std::vector<std::pair<std::string, std::string>> headers;
-  std::string body;
-  Seconds delay{0};
-};
-
-struct ServedRequest {
-  std::string method;
-  std::string path;
-  std::map<std::string, std::string> headers;  // names in lower case
-  std::string body;
-};
 
 /// A session and a server on loopback.
 class HttpSessionWorld : public World {

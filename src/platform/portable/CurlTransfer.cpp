@@ -10,7 +10,7 @@
 namespace pell {
 namespace {
 
-constexpr std::size_t largestHeaders = 1u << 20;
+constexpr std::size_t largestHeaders = 256u << 10;
 
 std::string part(CURLU* address, CURLUPart which) {
   char* text = nullptr;

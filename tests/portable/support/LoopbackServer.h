@@ -9,7 +9,7 @@
 #include <utility>
 #include <vector>
 
-#include "contracts/HttpSessionContract.h"
+#include "contracts/Served.h"
 
 namespace pell::testing {
 
