@@ -23,11 +23,11 @@ void read(const nlohmann::json& json, std::int64_t& value) {
   } else if (json.is_number_integer()) {
     value = json.get<std::int64_t>();
   } else {
-    // A whole number that a server writes as 60.0 is still whole.
-    constexpr double limit = 9223372036854775808.0;
+    // A whole number that a server writes as 60.0 is still whole, as far as it was read exactly.
+    constexpr double limit = 9007199254740992.0;
     double number = 0;
     read(json, number);
-    if (number != std::trunc(number) || number < -limit || number >= limit) throw WireMismatch();
+    if (number != std::trunc(number) || std::abs(number) > limit) throw WireMismatch();
     value = static_cast<std::int64_t>(number);
   }
 }

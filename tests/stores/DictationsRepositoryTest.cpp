@@ -179,7 +179,7 @@ TEST_F(DictationsRepositoryTest, DaysAreThoseOfTheTimeZone) {
   };
   const std::vector<Case> cases{
       {"UTC", {1, 2, 12}},
-      {"Europe/Berlin", {1, 6, 8}},  // the last one falls on 1 April there: today
+      {"Europe/Berlin", {2, 4, 8}},  // the last one falls on 1 April there: today
       {"Asia/Kolkata", {1, 6, 8}},
       {"America/New_York", {6, 8, 0}},  // filed a day early, west of UTC
   };
