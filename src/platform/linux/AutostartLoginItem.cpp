@@ -1,61 +1,87 @@
 #include "platform/linux/AutostartLoginItem.h"
 
-#include <fmt/format.h>
 #include <fstream>
-
-#include "platform/linux/GLibPtr.h"
+#include <glib.h>
+#include <memory>
+#include <system_error>
+#include <utility>
 
 namespace pell {
 namespace {
 
-constexpr const char* group = "Desktop Entry";
+namespace fs = std::filesystem;
 
-/// An argument of an Exec line: quoted, with the characters escaped that its syntax knows.
-std::string quoted(const std::string& argument) {
+enum Status { absent = 0, enabled = 1, switchedOff = 2 };
+
+constexpr const char* group = G_KEY_FILE_DESKTOP_GROUP;
+
+/// As an argument of an Exec line: quoted, and its signs doubled, as field codes are looked for in quotes
+/// too.
+std::string quoted(const std::string& path) {
   std::string result = "\"";
-  for (char c : argument) {
+  for (char c : path) {
     if (c == '"' || c == '`' || c == '$' || c == '\\') result += "\\\\";
     if (c == '%') result += '%';
     result += c;
+    if (c == '\\') result += '\\';  // a value's own escape, on top of the quotes'
   }
   return result + "\"";
 }
 
-bool isSet(GKeyFile* entry, const char* key, bool otherwise) {
-  GError* error = nullptr;
-  const bool value = g_key_file_get_boolean(entry, group, key, &error);
-  if (!error) return value;
-  g_error_free(error);
-  return otherwise;
+std::string writeEntry(const fs::path& entry, const std::string& content) {
+  std::error_code error;
+  fs::create_directories(entry.parent_path(), error);
+  if (error) return error.message();
+  fs::path fresh = entry;
+  fresh += ".new";
+  std::ofstream out(fresh, std::ios::binary | std::ios::trunc);
+  out << content;
+  out.close();
+  if (out.fail()) {
+    fs::remove(fresh, error);
+    return "The autostart entry cannot be written.";
+  }
+  fs::rename(fresh, entry, error);
+  return error ? error.message() : "";
 }
 
 }  // namespace
 
-AutostartLoginItem::AutostartLoginItem(const std::filesystem::path& configHome, std::filesystem::path program)
-    : file_(configHome / "autostart" / "com.pell.dictation.desktop"), program_(std::move(program)) {}
+AutostartLoginItem::AutostartLoginItem(fs::path configHome, fs::path executable)
+    : entry_(std::move(configHome) / "autostart" / "com.pell.dictation.desktop"),
+      executable_(std::move(executable)) {}
+
+fs::path AutostartLoginItem::thisProgram() {
+  std::error_code error;
+  auto path = fs::read_symlink("/proc/self/exe", error).string();
+  // After an upgrade the kernel marks the file that was replaced; the new one has the old name.
+  constexpr std::string_view mark = " (deleted)";
+  if (path.ends_with(mark)) path.resize(path.size() - mark.size());
+  return path;
+}
 
 int AutostartLoginItem::status() const {
-  GKeyFile* entry = g_key_file_new();
-  const bool isThere = g_key_file_load_from_file(entry, file_.c_str(), G_KEY_FILE_NONE, nullptr);
-  const bool isOn =
-      isThere && !isSet(entry, "Hidden", false) && isSet(entry, "X-GNOME-Autostart-enabled", true);
-  g_key_file_free(entry);
-  return isOn ? 1 : 0;
+  std::unique_ptr<GKeyFile, decltype(&g_key_file_unref)> file(g_key_file_new(), g_key_file_unref);
+  if (!g_key_file_load_from_file(file.get(), entry_.c_str(), G_KEY_FILE_NONE, nullptr)) return absent;
+  if (!g_key_file_has_group(file.get(), group)) return absent;
+  if (g_key_file_get_boolean(file.get(), group, "Hidden", nullptr)) return switchedOff;
+  const char* gnome = "X-GNOME-Autostart-enabled";
+  if (g_key_file_has_key(file.get(), group, gnome, nullptr) &&
+      !g_key_file_get_boolean(file.get(), group, gnome, nullptr)) {
+    return switchedOff;
+  }
+  return enabled;
 }
 
 std::string AutostartLoginItem::setRegistered(bool registered) {
-  std::error_code error;
   if (!registered) {
-    std::filesystem::remove(file_, error);
+    std::error_code error;
+    fs::remove(entry_, error);
     return error ? error.message() : "";
   }
-  std::filesystem::create_directories(file_.parent_path(), error);
-  if (error) return error.message();
-  std::ofstream entry(file_, std::ios::trunc);
-  entry << fmt::format("[Desktop Entry]\nType=Application\nName=Pell\nExec={} --hidden\nTerminal=false\n",
-                       quoted(program_.string()));
-  entry.close();
-  return entry ? "" : fmt::format("{} could not be written", file_.string());
+  return writeEntry(entry_, "[Desktop Entry]\nType=Application\nName=Pell\nComment=Dictation\nExec=" +
+                                quoted(executable_.string()) +
+                                "\nIcon=com.pell.dictation\nTerminal=false\nStartupNotify=false\n");
 }
 
 }  // namespace pell

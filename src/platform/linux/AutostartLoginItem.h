@@ -6,20 +6,24 @@
 
 namespace pell {
 
-/// The desktop's autostart folder: an entry there starts Pell, hidden, when the user logs in. The user may
-/// switch it off in the desktop's own settings, so the file is read at each question.
+/// Starts the program at login through the desktop's autostart folder. The entry may be edited or switched
+/// off there by the user and by the desktop's own settings, so its state is read afresh each time. Main
+/// thread.
 class AutostartLoginItem final : public LoginItem {
  public:
-  /// `configHome` is the folder above "autostart"; `program` is what the entry starts.
-  AutostartLoginItem(const std::filesystem::path& configHome, std::filesystem::path program);
+  /// `configHome` is the user's configuration folder, `executable` what is to be started.
+  AutostartLoginItem(std::filesystem::path configHome, std::filesystem::path executable);
 
-  /// 1 when the entry is there and not switched off, else 0.
+  /// The executable of this process.
+  static std::filesystem::path thisProgram();
+
+  /// 0: no entry, 1: enabled, 2: there, and switched off.
   int status() const override;
   std::string setRegistered(bool registered) override;
 
  private:
-  std::filesystem::path file_;
-  std::filesystem::path program_;
+  std::filesystem::path entry_;
+  std::filesystem::path executable_;
 };
 
 }  // namespace pell

@@ -6,9 +6,10 @@
 
 namespace pell {
 
-/// Plays the start and stop cues on the sound server's default sink. One idle connection is kept, so that a
-/// cue sounds at once; a cue's stream is gone when it has been played. Without a server it is silent, and
-/// each cue tries to connect for the next one. Never blocks on the server.
+/// Plays the cues on the default output of the desktop's sound server. It connects when it is made, so that
+/// the first cue is as quick as the others, and again when it next has something to play after the server
+/// went away. Between cues one silent connection remains, and no stream. Without a server there is silence.
+/// `play` may be called from any thread and only leaves a note.
 class PulseSoundPlayer final : public SoundPlayer {
  public:
   PulseSoundPlayer();
@@ -17,7 +18,7 @@ class PulseSoundPlayer final : public SoundPlayer {
   void play(std::string_view name) override;
 
  private:
-  struct Connection;
+  class Connection;
   std::unique_ptr<Connection> connection_;
 };
 
