@@ -116,14 +116,13 @@ struct HttpServer::Exchange {
   bool posted = false;
   Steady::time_point started = Steady::now();
   std::stop_source stop;
+  int status = 0;
 
   std::mutex mutex;
   std::optional<HttpReply> reply;
   bool suspended = false;
-  bool streaming = false;
   bool blankDue = false;
   std::size_t sent = 0;
-  int status = 0;
   Steady::time_point nextBlank;
 };
 
@@ -188,11 +187,13 @@ struct HttpServer::Callbacks {
       if (!exchange->admission.refusal && server.take(exchange)) return MHD_YES;
       return queue(*exchange, *exchange->admission.refusal);
     }
-    std::lock_guard lock(exchange->mutex);
-    if (exchange->reply) return queue(*exchange, *exchange->reply);
-    exchange->streaming = true;
-    exchange->status = MHD_HTTP_OK;
-    return queueStream(exchange);
+    bool ready = false;
+    {
+      std::lock_guard lock(exchange->mutex);
+      ready = exchange->reply.has_value();
+    }
+    // A reply never changes once it is there. The library has locks of its own, which must not nest in ours.
+    return ready ? queue(*exchange, *exchange->reply) : queueStream(exchange);
   }
 
   static void addHeaders(MHD_Response* response, const std::string& id) {
@@ -224,6 +225,7 @@ struct HttpServer::Callbacks {
     if (!response) return MHD_NO;
     context.release();  // the response owns it now; endStream frees it
     addHeaders(response, exchange->request.head.id);
+    exchange->status = MHD_HTTP_OK;
     const MHD_Result result = MHD_queue_response(exchange->connection, MHD_HTTP_OK, response);
     MHD_destroy_response(response);
     return result;
@@ -262,17 +264,13 @@ struct HttpServer::Callbacks {
     Exchange& exchange = **owned;
     server.forget(*owned);
     exchange.stop.request_stop();
-    RequestSummary summary;
-    {
-      std::lock_guard lock(exchange.mutex);
-      const auto took = Steady::now() - exchange.started;
-      summary = {.id = exchange.request.head.id,
-                 .method = exchange.request.head.method,
-                 .path = exchange.request.head.path,
-                 .status = exchange.status,
-                 .took = std::chrono::duration_cast<std::chrono::milliseconds>(took)};
-    }
-    if (server.setup_.finished) server.setup_.finished(summary);
+    if (!server.setup_.finished) return;
+    const auto took = Steady::now() - exchange.started;
+    server.setup_.finished({.id = exchange.request.head.id,
+                            .method = exchange.request.head.method,
+                            .path = exchange.request.head.path,
+                            .status = exchange.status,
+                            .took = std::chrono::duration_cast<std::chrono::milliseconds>(took)});
   }
 };
 
