@@ -40,6 +40,22 @@ struct X11ConnectionHooks {
 
   static void onLost(Display*, void* connection) { static_cast<X11Connection*>(connection)->lost_ = true; }
 
+  // Xlib has one such handler for the process and gives it no context; the usual one ends the process
+  // before a display's own handler is asked. Ours lets our displays pass and hands on all others.
+  static std::atomic<XIOErrorHandler>& otherHandler() {
+    static std::atomic<XIOErrorHandler> handler = nullptr;
+    return handler;
+  }
+  static int onServerGone(Display* display) {
+    if (find(display)) return 0;
+    XIOErrorHandler other = otherHandler();
+    return other ? other(display) : 0;
+  }
+  static void install() {
+    XIOErrorHandler before = XSetIOErrorHandler(&onServerGone);
+    if (before != &onServerGone) otherHandler() = before;
+  }
+
   static int forget(XExtData*) { return 0; }
 
   static void attach(X11Connection& connection) {
@@ -53,6 +69,7 @@ struct X11ConnectionHooks {
     for (int code = 1; code <= lastErrorCode; ++code) {
       XESetWireToError(connection.display_, code, &onError);
     }
+    install();
     XSetIOErrorExitHandler(connection.display_, &onLost, &connection);
   }
 };

@@ -17,8 +17,9 @@ struct X11Unavailable {
   bool operator==(const X11Unavailable&) const = default;
 };
 
-/// Neither a protocol error nor a lost server ends the process, and the process-wide handlers of Xlib stay
-/// as they are: other libraries set those. Belongs to one thread at a time.
+/// Neither a protocol error nor a lost server ends the process. What happens on other libraries' displays
+/// goes to their handlers as before, if they have set theirs before the latest connection here was made.
+/// Belongs to one thread at a time.
 class X11Connection {
  public:
   using Opening = std::variant<std::unique_ptr<X11Connection>, X11Unavailable>;
