@@ -1,1 +1,37 @@
-int main() { return 0; }
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include "app/CommandLine.h"
+#include "main/Application.h"
+#include "main/Commands.h"
+#include "platform/portable/BuildStamp.h"
+
+namespace {
+
+using namespace pell;
+
+struct Runner {
+  std::string name;
+
+  int operator()(const RunCommand& command) const { return runApplication(name, command); }
+  int operator()(const DictateCommand& command) const { return runDictate(command); }
+  int operator()(const SignInCommand& command) const { return runSignIn(command); }
+  int operator()(const SignOutCommand& command) const { return runSignOut(command); }
+  int operator()(const HistoryCommand& command) const { return runHistory(command); }
+  int operator()(const PrintCommand& command) const {
+    return std::fputs(command.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
+  }
+  int operator()(const UsageError& error) const {
+    std::fprintf(stderr, "pell: %s\nTry 'pell --help'.\n", error.message.c_str());
+    return 2;
+  }
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  std::vector<std::string> arguments(argv + 1, argv + argc);
+  return std::visit(Runner{argv[0]},
+                    parseCommandLine(arguments, stampedBuildInfo().shortVersion.value_or("0.0.0")));
+}

@@ -1,0 +1,201 @@
+#include "main/Application.h"
+
+#include <QApplication>
+#include <QSessionManager>
+#include <QSystemTrayIcon>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <functional>
+#include <thread>
+
+#include "app/AppDelegate.h"
+#include "app/StatusContent.h"
+#include "app/view/StatusWindow.h"
+#include "app/view/TrayItem.h"
+#include "main/BusName.h"
+#include "main/Commands.h"
+#include "main/ControlClient.h"
+#include "main/ControlServer.h"
+#include "main/Essentials.h"
+#include "main/InstanceLock.h"
+#include "main/LinuxPlatform.h"
+#include "main/SessionCommand.h"
+#include "main/ShutdownWatch.h"
+#include "platform/linux/LinuxWords.h"
+#include "platform/linux/SignalWatch.h"
+#include "platform/linux/TimeZoneWatch.h"
+#include "shell/Mark.h"
+
+namespace pell {
+namespace {
+
+constexpr Seconds activateLimit{2};
+constexpr const char* identifier = "com.pell.dictation";
+
+int fail(const std::string& sentence) {
+  std::fprintf(stderr, "pell: %s\n", sentence.c_str());
+  return 1;
+}
+
+/// The one that runs may still be starting, or already ending.
+int activateRunningInstance() {
+  for (int attempt = 0; attempt < 10; ++attempt) {
+    if (askRunningInstance(controlSocket(), {.command = "activate"}, activateLimit)) return 0;
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+  }
+  return fail("another Pell is running and does not answer");
+}
+
+bool hasDisplay() {
+  const char* display = std::getenv("DISPLAY");
+  return display && *display;
+}
+
+/// The application with its faces: tray, window and control socket.
+class Application {
+ public:
+  Application(Essentials& essentials, LinuxPlatform& platform)
+      : log_(essentials.log()),
+        words_(linuxWords()),
+        platform_(platform),
+        delegate_(platform.record()),
+        window_([this] { delegate_.dictation().toggle(); }),
+        tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
+                                .cancel = [this] { delegate_.dictation().cancel(); },
+                                .open = [this] { window_.bringToFront(); },
+                                .quit = [this] { terminate("quit"); }}),
+        control_([this](const ControlRequest& request, ControlServer::Answer answer) {
+          control(request, std::move(answer));
+        }),
+        signals_(platform.main(), [this](int) { terminate("signal"); }),
+        shutdown_([this] { terminate("shutdown"); }),
+        timeZone_(platform.main(), [] {}),
+        tasks_(platform.main()) {
+    observation_ = delegate_.dictation().observe([this] { refresh(); });
+    triggerObservation_ = delegate_.settings().trigger.subscribe([this] { refresh(); });
+    delegate_.syncPermissions = [this](bool, bool) { refresh(); };
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
+                     [this](QSessionManager&) { delegate_.applicationShouldTerminate(); });
+  }
+
+  bool listen() { return control_.listen(controlSocket()); }
+
+  int run(bool hidden) {
+    delegate_.applicationDidFinishLaunching();
+    refresh();
+    window_.showNotice(delegate_.storeFailure().value_or(""));
+    // With no tray to come back from, a hidden window could not be found again.
+    if (!hidden || !QSystemTrayIcon::isSystemTrayAvailable()) window_.bringToFront();
+    return QApplication::exec();
+  }
+
+ private:
+  void refresh() {
+    auto& dictation = delegate_.dictation();
+    StatusContent content = statusContent({.phase = dictation.phase(),
+                                           .isPolishing = dictation.isPolishing(),
+                                           .trigger = delegate_.settings().trigger,
+                                           .hasAccessibility = delegate_.permissions().hasAccessibility()},
+                                          words_);
+    if (content == shown_) return;
+    shown_ = content;
+    tray_.show(content, mark::menuBarPhase(dictation.phase()));
+    window_.show(content);
+  }
+
+  void control(const ControlRequest& request, ControlServer::Answer answer) {
+    if (changesSession(request)) {
+      tasks_.spawn(answerSession(request, std::move(answer)));
+    } else if (request.command == "dictate") {
+      answer(dictate(request.argument));
+    } else if (request.command == "activate") {
+      window_.bringToFront();
+      answer({.ok = true});
+    } else {
+      answer({.ok = false, .message = "This Pell does not know that command."});
+    }
+  }
+
+  Task<void> answerSession(ControlRequest request, ControlServer::Answer answer) {
+    ControlReply reply = co_await changeSession(delegate_.api(), std::move(request));
+    answer(std::move(reply));
+  }
+
+  ControlReply dictate(const std::string& argument) {
+    auto action = dictateAction(argument);
+    if (!action) return {.ok = false, .message = "This Pell does not know that action."};
+    auto& dictation = delegate_.dictation();
+    switch (*action) {
+      case DictateAction::begin:
+        dictation.begin();
+        break;
+      case DictateAction::finish:
+        dictation.finish();
+        break;
+      case DictateAction::toggle:
+        dictation.toggle();
+        break;
+      case DictateAction::cancel:
+        delegate_.route(HotKeyMonitor::Event::cancel);
+        break;
+    }
+    if (auto* failed = std::get_if<phase::Failed>(&dictation.phase())) {
+      return {.ok = false, .message = failed->message};
+    }
+    return {.ok = true};
+  }
+
+  void terminate(const char* reason) {
+    log_.info("terminating", {{"reason", reason}});
+    delegate_.applicationShouldTerminate();
+    platform_.pasteboard().handOver();
+    QCoreApplication::quit();
+  }
+
+  const Log& log_;
+  Words words_;
+  LinuxPlatform& platform_;
+  AppDelegate delegate_;
+  StatusWindow window_;
+  TrayItem tray_;
+  std::optional<StatusContent> shown_;
+  Subscription observation_;
+  Subscription triggerObservation_;
+  ControlServer control_;
+  SignalWatch signals_;
+  ShutdownWatch shutdown_;
+  BusName busName_{identifier};
+  TimeZoneWatch timeZone_;
+  TaskScope tasks_;
+};
+
+}  // namespace
+
+int runApplication(const std::string& name, const RunCommand& command) {
+  auto folder = runtimeFolder();
+  if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
+  InstanceLock lock(folder / "lock");
+  if (!lock.isHeld()) return activateRunningInstance();
+  if (!hasDisplay()) return fail("there is no X display; set DISPLAY, or try './dev demo'");
+
+  // Global keys and synthetic input are those of the X server, also where Wayland runs above it.
+  if (!std::getenv("QT_QPA_PLATFORM")) ::setenv("QT_QPA_PLATFORM", "xcb", 0);
+  QApplication::setDesktopFileName(identifier);
+  QApplication::setApplicationName("Pell");
+  QApplication::setQuitOnLastWindowClosed(false);
+  std::array<std::string, 3> words{name, "-name", identifier};  // the instance part of WM_CLASS
+  std::array<char*, 4> arguments{words[0].data(), words[1].data(), words[2].data(), nullptr};
+  int count = 3;
+  QApplication qt(count, arguments.data());
+
+  Essentials essentials;
+  auto opening = LinuxPlatform::open(essentials);
+  if (auto* unavailable = std::get_if<LinuxPlatform::Unavailable>(&opening)) return fail(unavailable->reason);
+  auto& platform = std::get<std::unique_ptr<LinuxPlatform>>(opening);
+  Application application(essentials, *platform);
+  if (!application.listen()) essentials.log().warn("control_socket_unavailable");
+  return application.run(command.hidden);
+}
+
+}  // namespace pell

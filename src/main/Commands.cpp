@@ -1,0 +1,87 @@
+#include "main/Commands.h"
+
+#include <cstdio>
+#include <ctime>
+
+#include "app/HistoryListing.h"
+#include "main/ControlClient.h"
+#include "main/Essentials.h"
+#include "main/InstanceLock.h"
+#include "main/Password.h"
+#include "main/SessionCommand.h"
+#include "stores/DictationsRepository.h"
+
+namespace pell {
+namespace {
+
+// Longer than the longest exchange with the server, which ends by itself after three minutes.
+constexpr Seconds sessionLimit{200};
+constexpr Seconds dictateLimit{5};
+
+int report(const ControlReply& reply) {
+  if (!reply.message.empty()) std::fprintf(reply.ok ? stdout : stderr, "%s\n", reply.message.c_str());
+  return reply.ok ? 0 : 1;
+}
+
+int fail(const char* sentence) {
+  std::fprintf(stderr, "pell: %s\n", sentence);
+  return 1;
+}
+
+int runSession(const ControlRequest& request) {
+  auto socket = controlSocket();
+  if (!isInstanceRunning(socket)) return report(changeSessionHere(request));
+  auto reply = askRunningInstance(socket, request, sessionLimit);
+  return reply ? report(*reply) : fail("the running Pell did not answer");
+}
+
+std::string localTime(Date date) {
+  auto seconds = static_cast<std::time_t>(secondsSince1970(date));
+  std::tm parts{};
+  ::localtime_r(&seconds, &parts);
+  char text[64];
+  return {text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M", &parts)};
+}
+
+}  // namespace
+
+std::filesystem::path controlSocket() {
+  auto folder = runtimeFolder();
+  return folder.empty() ? folder : folder / "control";
+}
+
+int runDictate(const DictateCommand& command) {
+  ControlRequest request{.command = "dictate", .argument = std::string(word(command.action))};
+  auto reply = askRunningInstance(controlSocket(), request, dictateLimit);
+  return reply ? report(*reply) : fail("Pell is not running; start it with 'pell'");
+}
+
+int runSignIn(const SignInCommand& command) {
+  auto password = readPassword();
+  if (!password) return fail("no password was given");
+  return runSession(controlRequest(command, std::move(*password)));
+}
+
+int runSignOut(const SignOutCommand& command) { return runSession(controlRequest(command)); }
+
+int runHistory(const HistoryCommand& command) {
+  Essentials essentials;
+  auto file = essentials.config().databaseURL();
+  std::vector<DictationRecord> records;
+  try {
+    if (std::filesystem::exists(file)) {
+      Database database(file);
+      DictationsRepository history(database, essentials.clock());
+      records = history.search(command.search, command.limit);
+    }
+  } catch (const Database::Failure& failure) {
+    return fail(failure.message().c_str());
+  }
+  std::string text = command.json ? historyJson(records) : historyText(records, localTime);
+  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
+    return fail("the history could not be written out");
+  }
+  return 0;
+}
+
+}  // namespace pell

@@ -1,0 +1,25 @@
+#pragma once
+
+#include <string>
+
+#include "app/CommandLine.h"
+#include "app/ControlMessage.h"
+#include "async/Task.h"
+#include "server/ApiClient.h"
+
+namespace pell {
+
+/// What the running application does for another process, and what a process does itself when none runs.
+ControlRequest controlRequest(const SignInCommand& command, std::string password);
+ControlRequest controlRequest(const SignOutCommand& command);
+
+/// Registers, signs in or signs out as `request` says, and words the outcome.
+Task<ControlReply> changeSession(ApiClient& api, ControlRequest request);
+
+/// True for the requests that `changeSession` answers.
+bool changesSession(const ControlRequest& request);
+
+/// Does the request in this process, with a client of its own, and waits for it.
+ControlReply changeSessionHere(const ControlRequest& request);
+
+}  // namespace pell
