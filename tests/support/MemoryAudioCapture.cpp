@@ -10,10 +10,6 @@ class MemoryAudioCapture::Recording final : public AudioRecording {
       : capture_(capture), file_(std::move(file)), state_(std::move(state)) {
     state_->recording = this;
   }
-  ~Recording() override {
-    state_->running = false;
-    state_->recording = nullptr;
-  }
 
   void setMeteringEnabled(bool enabled) override { metering_ = enabled; }
 

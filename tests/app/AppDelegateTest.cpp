@@ -1,0 +1,263 @@
+#include <fstream>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "app/AppDelegate.h"
+#include "support/MemoryPlatform.h"
+
+namespace pell::testing {
+namespace {
+
+using ::testing::ElementsAre;
+using ::testing::IsEmpty;
+
+/// A launched application on a desktop with an editor in front.
+class AppDelegateTest : public ::testing::Test {
+ protected:
+  void SetUp() override { desk.desktop.launchEditor(); }
+
+  AppDelegate& launch() {
+    delegate = std::make_unique<AppDelegate>(desk.platform());
+    delegate->applicationDidFinishLaunching();
+    desk.time.runReady();
+    return *delegate;
+  }
+
+  void poll(int times = 1) { desk.time.advance(Seconds(0.1) * times); }
+
+  /// Holds the trigger for a second, during which the user speaks.
+  void hold(Seconds span = Seconds(1)) {
+    desk.taps.press(keycode::leftOption);
+    desk.time.advance(span);
+    desk.taps.release(keycode::leftOption);
+    desk.time.runReady();
+  }
+
+  template <class P>
+  bool phaseIs() {
+    return std::holds_alternative<P>(delegate->dictation().phase());
+  }
+
+  void signIn() {
+    desk.secureItems.put(delegate->config().keychainService(), std::string(Keychain::refreshTokenAccount),
+                         "refresh");
+  }
+
+  MemoryPlatform desk;
+  std::unique_ptr<AppDelegate> delegate;
+};
+
+TEST_F(AppDelegateTest, ArmsTheKeyAtLaunchAndSaysSo) {
+  std::vector<std::string> actions;
+  delegate = std::make_unique<AppDelegate>(desk.platform());
+  delegate->reportAction = [&](std::string action) -> Task<void> {
+    actions.push_back(action);
+    co_return;
+  };
+  desk.log.clear();
+  delegate->applicationDidFinishLaunching();
+  EXPECT_THAT(actions, IsEmpty()) << "the report runs beside the launch";
+  EXPECT_THAT(desk.log.events(),
+              ElementsAre("INFO accessibility_changed", "INFO hotkey_started", "INFO app_launched"));
+  EXPECT_EQ(desk.log.lines("accessibility_changed")[0]["granted"], true);
+  EXPECT_EQ(desk.log.lines("app_launched")[0]["version"], "1.0.0");
+  poll(30);
+  EXPECT_EQ(desk.taps.created, 1);
+  EXPECT_EQ(desk.log.lines().size(), 3u) << "a poll that finds no change is silent";
+  EXPECT_THAT(actions, ElementsAre("action.accessibility"));
+}
+
+TEST_F(AppDelegateTest, FollowsTheAccessibilityGrant) {
+  desk.desktop.trusted = false;
+  launch();
+  poll(5);
+  EXPECT_EQ(desk.log.count("accessibility_changed"), 1u);
+  EXPECT_EQ(desk.log.lines("accessibility_changed")[0]["granted"], false);
+  EXPECT_EQ(desk.log.count("hotkey_stopped"), 0u) << "it never ran";
+
+  desk.desktop.trusted = true;
+  poll();
+  EXPECT_TRUE(delegate->hotKeys().isActive());
+  desk.desktop.trusted = false;
+  poll(3);
+  EXPECT_FALSE(delegate->hotKeys().isActive());
+  EXPECT_EQ(desk.taps.liveTaps(), 0u);
+  auto stopped = desk.log.lines("hotkey_stopped");
+  ASSERT_EQ(stopped.size(), 1u);
+  EXPECT_EQ(stopped[0]["reason"], "accessibility_revoked");
+  desk.desktop.trusted = true;
+  poll();
+  EXPECT_TRUE(delegate->hotKeys().isActive());
+  EXPECT_EQ(desk.log.count("accessibility_changed"), 4u);
+}
+
+TEST_F(AppDelegateTest, LogsEachRunOfArmingFailuresOnce) {
+  desk.taps.available = false;
+  launch();
+  poll(3);
+  EXPECT_EQ(desk.log.count("hotkey_arm_failed"), 1u);
+  desk.taps.available = true;
+  poll();
+  EXPECT_TRUE(delegate->hotKeys().isActive());
+  desk.taps.available = false;
+  delegate->settings().trigger = HotKeyTrigger::holdFn;
+  poll(4);
+  EXPECT_EQ(desk.log.count("hotkey_arm_failed"), 2u);
+}
+
+TEST_F(AppDelegateTest, AChangedTriggerReachesTheMonitorByThePoll) {
+  launch();
+  delegate->settings().trigger = HotKeyTrigger::toggleControlOptionSpace;
+  poll();
+  desk.taps.press(MemoryEventTaps::controlKey);
+  desk.taps.press(keycode::leftOption);
+  EXPECT_FALSE(desk.taps.press(keycode::space)) << "swallowed";
+  desk.time.runReady();
+  EXPECT_TRUE(phaseIs<phase::Recording>());
+  desk.taps.press(keycode::space);
+  desk.time.runReady();
+  EXPECT_FALSE(phaseIs<phase::Recording>());
+}
+
+TEST_F(AppDelegateTest, AHeldKeyBecomesWordsInTheFieldAndTheHistory) {
+  launch();
+  signIn();
+  desk.http.responder = [](const HttpRequest& request) -> std::optional<MemoryHttpSession::Reply> {
+    std::string body =
+        request.url.ends_with("/refresh")
+            ? R"({"accessToken":"a","refreshToken":"b","expiresIn":3600,
+                  "user":{"id":"1","email":"a@b.c","plan":"free","isAdmin":false}})"
+            : R"({"transcript":"Hello there","paragraphs":["Hello there"],"rawTranscript":"hello there",
+                  "durationSeconds":1.0,"words":2,"characters":11,"language":"en",
+                  "quota":{"minutesPerMonth":60,"usedSeconds":1.0,"remainingSeconds":3599.0,
+                           "allowanceSeconds":3600.0}})";
+    return MemoryHttpSession::Reply{.outcome = HttpResponse{.status = 200, .headers = {}, .body = body},
+                                    .delay = Seconds(0.2)};
+  };
+  hold();
+  EXPECT_TRUE(phaseIs<phase::Transcribing>());
+  desk.time.advance(Seconds(1));
+  EXPECT_EQ(desk.desktop.focus()->text, "Hello there");
+  ASSERT_NE(delegate->history(), nullptr);
+  auto records = delegate->history()->recent();
+  ASSERT_EQ(records.size(), 1u);
+  EXPECT_EQ(records[0].text, "Hello there");
+  EXPECT_EQ(desk.log.text().find("ello there"), std::string::npos);
+}
+
+TEST_F(AppDelegateTest, EscapeGoesToTheCoachingThenToTheMessageThenToTheRecording) {
+  launch();
+  bool coaching = false;
+  delegate->dismissHudCoaching = [&] { return std::exchange(coaching, false); };
+  auto escape = [&] {
+    desk.taps.press(keycode::escape);
+    desk.time.runReady();
+  };
+  desk.taps.press(keycode::leftOption);
+  desk.time.advance(Seconds(1));
+  coaching = true;
+  delegate->route(HotKeyMonitor::Event::cancel);
+  EXPECT_FALSE(coaching);
+  EXPECT_TRUE(phaseIs<phase::Recording>()) << "only the coaching was dismissed";
+  escape();
+  EXPECT_TRUE(phaseIs<phase::Idle>());
+  EXPECT_EQ(desk.audio.liveStreams(), 0u);
+  desk.taps.release(keycode::leftOption);
+
+  desk.secureEntry.enabled = true;
+  hold();
+  EXPECT_TRUE(phaseIs<phase::Failed>());
+  escape();
+  EXPECT_TRUE(phaseIs<phase::Idle>());
+}
+
+TEST_F(AppDelegateTest, PollsPermissionsAndThePanel) {
+  launch();
+  std::vector<std::string> seen;
+  delegate->syncPermissions = [&](bool microphone, bool accessibility) {
+    seen.push_back(std::string(microphone ? "mic " : "no mic ") + (accessibility ? "ax" : "no ax"));
+  };
+  delegate->updatePanelVisibility = [&](std::string_view trigger) { seen.emplace_back(trigger); };
+  poll();
+  desk.audio.status = MicrophoneAuthorization::denied;
+  desk.desktop.trusted = false;
+  poll();
+  delegate->dictation().begin();
+  EXPECT_THAT(seen, ElementsAre("mic ax", "poll", "no mic no ax", "poll", "phase"));
+}
+
+TEST_F(AppDelegateTest, TerminationSavesAndGivesTheClipboardBack) {
+  launch();
+  delegate->settings().injectionMode = InjectionMode::paste;
+  desk.pasteboard.otherPutsText("the user's own");
+  int saves = 0;
+  delegate->flushPendingSave = [&] { ++saves; };
+  delegate->injector().deliver("dictated", InjectionMode::paste);
+  EXPECT_EQ(desk.pasteboard.string(), "dictated");
+  EXPECT_EQ(delegate->applicationShouldTerminate(), AppDelegate::TerminateReply::terminateNow);
+  EXPECT_EQ(saves, 1);
+  EXPECT_EQ(desk.pasteboard.string(), "the user's own");
+  EXPECT_FALSE(delegate->applicationShouldTerminateAfterLastWindowClosed());
+}
+
+TEST_F(AppDelegateTest, ADictationNeedsNoStoreAndSaysThatThereIsNone) {
+  std::filesystem::create_directories(desk.support() / "Pell" / "pell.db");  // a folder where the file goes
+  launch();
+  EXPECT_EQ(delegate->history(), nullptr);
+  ASSERT_TRUE(delegate->storeFailure());
+  EXPECT_THAT(*delegate->storeFailure(), ::testing::StartsWith("Could not open the notes database: "));
+  auto logged = desk.log.lines("store_unavailable");
+  ASSERT_EQ(logged.size(), 1u);
+  EXPECT_EQ(logged[0]["level"], "ERROR");
+  EXPECT_EQ(logged[0]["reason"], *delegate->storeFailure());
+  delegate->dictation().begin();
+  EXPECT_TRUE(phaseIs<phase::Recording>());
+}
+
+TEST_F(AppDelegateTest, SweepsWhatACrashLeft) {
+  auto orphan = desk.scratch() / "pell-00000000-0000-4000-8000-000000000000.m4a";
+  std::ofstream(orphan) << "speech";
+  desk.time.setDate(Date(std::chrono::system_clock::now().time_since_epoch()) + Seconds(901));
+  launch();
+  EXPECT_FALSE(std::filesystem::exists(orphan));
+}
+
+TEST_F(AppDelegateTest, TellsWhenTheSessionIsLost) {
+  launch();
+  std::vector<Keychain::ReadOutcome> lost;
+  delegate->sessionLost = [&](Keychain::ReadOutcome outcome) { lost.push_back(outcome); };
+  hold();
+  desk.time.advance(Seconds(3));
+  EXPECT_THAT(lost, ElementsAre(Keychain::ReadOutcome::absent));
+  EXPECT_TRUE(phaseIs<phase::Failed>());
+}
+
+TEST_F(AppDelegateTest, MayBeDestroyedAtEveryStep) {
+  // Steps over a whole dictation, ended after one more piece of work in each round.
+  for (int steps = 0;; ++steps) {
+    MemoryPlatform fresh;
+    fresh.desktop.launchEditor();
+    auto app = std::make_unique<AppDelegate>(fresh.platform());
+    fresh.secureItems.put(app->config().keychainService(), std::string(Keychain::refreshTokenAccount), "r");
+    fresh.http.responder = [](const HttpRequest&) -> std::optional<MemoryHttpSession::Reply> {
+      return MemoryHttpSession::Reply{.outcome = HttpResponse{.status = 401, .headers = {}, .body = "{}"},
+                                      .delay = Seconds(0.05)};
+    };
+    app->applicationDidFinishLaunching();
+    fresh.taps.press(keycode::leftOption);
+    auto release =
+        fresh.time.main().postAfter(Seconds(0.5), [&] { fresh.taps.release(keycode::leftOption); });
+    for (int step = 0; step < steps; ++step) fresh.time.step();
+    const bool over = fresh.time.main().now() > Instant(std::chrono::seconds(2));
+    app.reset();
+    EXPECT_EQ(fresh.audio.liveStreams(), 0u);
+    EXPECT_EQ(fresh.taps.liveTaps(), 0u);
+    EXPECT_EQ(fresh.activity.held(), 0);
+    fresh.time.advance(Seconds(10));
+    if (over) break;
+  }
+}
+
+}  // namespace
+}  // namespace pell::testing
