@@ -56,7 +56,9 @@ TEST(ApiClientLifetimeTest, DestroyedAtEveryStepTheClientWakesNobody) {
     EXPECT_GE(after, before);
     world.time.advance(Seconds(1000));
     EXPECT_EQ(world.finished, after) << "after " << steps << " steps";
-    if (!more) EXPECT_EQ(after, 5);
+    if (!more) {
+      EXPECT_EQ(after, 5);
+    }
   }
   EXPECT_GT(steps, 20);
 }
@@ -71,7 +73,9 @@ TEST(ApiClientLifetimeTest, CallersMayGoFirst) {
     world.time.advance(Seconds(1000));
     EXPECT_EQ(world.finished, before);
     // Once begun, the sign-out runs to its end although nobody waits for it any longer.
-    if (steps >= stepsToBegin) EXPECT_EQ(world.refreshToken(), std::nullopt);
+    if (steps >= stepsToBegin) {
+      EXPECT_EQ(world.refreshToken(), std::nullopt);
+    }
   }
 }
 
