@@ -62,7 +62,7 @@ class Application {
         delegate_(platform.record()),
         window_([this] { delegate_.dictation().toggle(); }),
         tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
-                                .cancel = [this] { delegate_.dictation().cancel(); },
+                                .cancel = [this] { delegate_.route(HotKeyMonitor::Event::cancel); },
                                 .open = [this] { window_.bringToFront(); },
                                 .quit = [this] { terminate("quit"); }}),
         control_([this](const ControlRequest& request, ControlServer::Answer answer) {
