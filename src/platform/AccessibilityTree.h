@@ -32,9 +32,8 @@ struct AccessibilityUrl {
   bool operator==(const AccessibilityUrl&) const = default;
 };
 
-using AccessibilityValue =
-    std::variant<std::monostate, std::string, AccessibilityUrl, AccessibilityElementRef,
-                 std::vector<AccessibilityElementRef>>;
+using AccessibilityValue = std::variant<std::monostate, std::string, AccessibilityUrl,
+                                        AccessibilityElementRef, std::vector<AccessibilityElementRef>>;
 
 /// Attribute and role names, the system's own.
 namespace accessibility {

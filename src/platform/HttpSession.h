@@ -18,13 +18,13 @@ struct HttpRequest {
   std::string method = "GET";
   std::vector<std::pair<std::string, std::string>> headers;
   std::string body;
-  Seconds timeout{60.0};          // longest silence, counted from the last byte that moved
+  Seconds timeout{60.0};           // longest silence, counted from the last byte that moved
   Seconds resourceTimeout{180.0};  // for the whole exchange
   bool operator==(const HttpRequest&) const = default;
 };
 
 struct HttpResponse {
-  std::optional<int> status;  // absent when what answered does not speak HTTP
+  std::optional<int> status;                   // absent when what answered does not speak HTTP
   std::map<std::string, std::string> headers;  // names in lower case
   std::string body;
 };

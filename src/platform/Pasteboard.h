@@ -12,6 +12,9 @@ namespace pell {
 /// The type under which plain UTF-8 text stands on the pasteboard.
 inline constexpr std::string_view pasteboardTypeString = "public.utf8-plain-text";
 
+/// The type by which other programs know content that is not to be recorded, by a public convention.
+inline constexpr std::string_view pasteboardConcealedType = "org.nspasteboard.ConcealedType";
+
 /// One item: the same content in one or more types, each with its bytes, in the owner's order.
 struct PasteboardItem {
   std::vector<std::pair<std::string, std::string>> representations;

@@ -1,12 +1,10 @@
-#include "async/Task.h"
-
 #include <gtest/gtest.h>
-
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "async/Sleep.h"
+#include "async/Task.h"
 #include "async/TaskScope.h"
 #include "support/VirtualTime.h"
 

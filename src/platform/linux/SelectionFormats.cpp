@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <array>
 
-#include "pipeline/TextInjector.h"
-
 namespace pell {
 
 namespace {
@@ -156,7 +154,7 @@ std::vector<SelectionOffer> offersOf(const std::vector<PasteboardItem>& items, c
         continue;
       }
       offers.add(type, std::make_shared<const std::string>(bytes));
-      concealed = concealed || type == TextInjector::concealedType;
+      concealed = concealed || type == pasteboardConcealedType;
     }
   }
   if (concealed) offers.add(passwordManagerHint, std::make_shared<const std::string>("secret"));
