@@ -41,4 +41,9 @@ StatusContent statusContent(const StatusInput& input, const Words& words) {
   return content;
 }
 
+std::string accountNotice(const std::optional<std::string>& email) {
+  if (email) return fmt::format("Signed in as {}.", *email);
+  return "You are not signed in. In a terminal: pell register EMAIL, or pell sign-in EMAIL.";
+}
+
 }  // namespace pell

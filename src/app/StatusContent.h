@@ -1,6 +1,7 @@
 // What the tray item and the plain window say about the dictation.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "pipeline/DictationPhase.h"
@@ -26,5 +27,8 @@ struct StatusInput {
 };
 
 StatusContent statusContent(const StatusInput& input, const Words& words);
+
+/// The line about the account: who is signed in, or how to sign in. `email` is absent without a session.
+std::string accountNotice(const std::optional<std::string>& email);
 
 }  // namespace pell

@@ -75,6 +75,9 @@ class Application {
     observation_ = delegate_.dictation().observe([this] { refresh(); });
     triggerObservation_ = delegate_.settings().trigger.subscribe([this] { refresh(); });
     delegate_.syncPermissions = [this](bool, bool) { refresh(); };
+    delegate_.sessionLost = [this](Keychain::ReadOutcome) {
+      window_.showNotice(accountNotice(std::nullopt));
+    };
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
                      [this](QSessionManager&) { delegate_.applicationShouldTerminate(); });
   }
@@ -84,9 +87,13 @@ class Application {
   int run(bool hidden) {
     delegate_.applicationDidFinishLaunching();
     refresh();
-    window_.showNotice(delegate_.storeFailure().value_or(""));
-    // With no tray to come back from, a hidden window could not be found again.
-    if (!hidden || !QSystemTrayIcon::isSystemTrayAvailable()) window_.bringToFront();
+    tasks_.spawn(refreshAccount());
+    if (!hidden) {
+      window_.bringToFront();
+    } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+      // Hidden entirely, it could not be found again; in front, it would take the focus from whoever types.
+      window_.showMinimized();
+    }
     return QApplication::exec();
   }
 
@@ -120,6 +127,19 @@ class Application {
   Task<void> answerSession(ControlRequest request, ControlServer::Answer answer) {
     ControlReply reply = co_await changeSession(delegate_.api(), std::move(request));
     answer(std::move(reply));
+    co_await refreshAccount();
+  }
+
+  /// Says who is signed in; what is wrong with the server or the local store stands before that.
+  Task<void> refreshAccount() {
+    std::string notice;
+    try {
+      std::optional<Account> account = co_await delegate_.api().account();
+      notice = accountNotice(account ? std::optional(account->email) : std::nullopt);
+    } catch (const ApiClient::Failure& failure) {
+      notice = failure.description();
+    }
+    window_.showNotice(delegate_.storeFailure().value_or(notice));
   }
 
   ControlReply dictate(const std::string& argument) {
