@@ -92,6 +92,9 @@ void AppDelegate::applicationDidFinishLaunching() {
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
   if (flushPendingSave) flushPendingSave();
+  dictation_.cancel();
+  // A permission that was granted late leaves a recording which no dictation watches.
+  recorder_.cancel();
   injector_.restorePendingClipboard();
   return TerminateReply::terminateNow;
 }

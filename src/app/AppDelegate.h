@@ -61,8 +61,9 @@ class AppDelegate {
   void applicationDidFinishLaunching();
 
   enum class TerminateReply { terminateNow };
-  /// Brings everything to rest that would be lost with the process: the pending save, then the clipboard
-  /// that a delivery still owes the user. The process may end as soon as this returns.
+  /// Brings everything to rest that the end of the process would lose or leave behind: the pending save,
+  /// then a running recording with its stream and file, then the clipboard that a delivery still owes the
+  /// user. The process may end as soon as this returns.
   TerminateReply applicationShouldTerminate();
   bool applicationShouldTerminateAfterLastWindowClosed() const { return false; }
 

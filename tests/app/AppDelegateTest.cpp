@@ -201,6 +201,29 @@ TEST_F(AppDelegateTest, TerminationSavesAndGivesTheClipboardBack) {
   EXPECT_FALSE(delegate->applicationShouldTerminateAfterLastWindowClosed());
 }
 
+TEST_F(AppDelegateTest, TerminationLeavesNoRecordingBehind) {
+  auto nothingLeft = [&] {
+    return desk.audio.liveStreams() == 0 && std::filesystem::is_empty(desk.scratch());
+  };
+  launch();
+  desk.taps.press(keycode::leftOption);
+  desk.time.advance(Seconds(1));
+  ASSERT_FALSE(nothingLeft());
+  delegate->applicationShouldTerminate();
+  EXPECT_TRUE(nothingLeft());
+  EXPECT_TRUE(phaseIs<phase::Idle>());
+  desk.taps.release(keycode::leftOption);
+
+  // The key is up before the user allows the microphone: that recording belongs to no dictation.
+  desk.audio.status = MicrophoneAuthorization::notDetermined;
+  hold();
+  desk.audio.answerAccess(true);
+  desk.time.runReady();
+  ASSERT_FALSE(nothingLeft());
+  delegate->applicationShouldTerminate();
+  EXPECT_TRUE(nothingLeft());
+}
+
 TEST_F(AppDelegateTest, ADictationNeedsNoStoreAndSaysThatThereIsNone) {
   std::filesystem::create_directories(desk.support() / "Pell" / "pell.db");  // a folder where the file goes
   launch();
