@@ -7,7 +7,9 @@
 #include <X11/keysym.h>
 #include <array>
 #include <atomic>
+#include <cstdint>
 #include <utility>
+#include <vector>
 
 #include "async/Executor.h"
 #include "platform/linux/X11KeyTracker.h"
@@ -20,6 +22,9 @@ namespace {
 
 constexpr std::uint64_t chordFlags = modifier::control | modifier::option;
 constexpr std::uint64_t chordMask = chordFlags | modifier::command;
+
+// Space is typed all the time, and its presses wait for a grab that does not come.
+constexpr std::size_t mostPresses = 8;
 
 // What the tap's thread and the main thread share. Only the main thread touches `callback`.
 struct Delivery {
@@ -91,10 +96,10 @@ class TapThread {
   unsigned long activeWindow_ = 0;
   int mask_ = 0;
   bool maskIsSpare_ = true;
-  int maskEventsDue_ = 0;  // of a mask key that the user may press too
-  int chordKey_ = 0;       // 0 while nothing is grabbed
-  bool chordDown_ = false;
-  X11Loop loop_;  // last: its thread uses all of the above
+  int maskEventsDue_ = 0;                    // of a mask key that the user may press too
+  int chordKey_ = 0;                         // 0 while nothing is grabbed
+  std::vector<unsigned long> chordPresses_;  // when the chord's key went down, of those not told yet
+  X11Loop loop_;                             // last: its thread uses all of the above
 };
 
 void TapThread::select() {
@@ -174,7 +179,6 @@ void TapThread::resynchronise(bool report) {
       [&](TapEvent event) {
         if (report) deliver_(event);
       });
-  if (!tracker_->isDown(chordKey_)) chordDown_ = false;
 }
 
 void TapThread::onListenerEvent(XEvent& event) {
@@ -209,9 +213,12 @@ void TapThread::onRawEvent(const XIRawEvent& event) {
     return;
   }
   if (event.evtype == XI_RawKeyRelease) {
-    if (event.detail == chordKey_) chordDown_ = false;
     if (auto change = tracker_->release(event.detail)) deliver_(*change);
     return;
+  }
+  if (event.detail == chordKey_) {
+    if (chordPresses_.size() == mostPresses) chordPresses_.erase(chordPresses_.begin());
+    chordPresses_.push_back(event.time);
   }
   auto change = tracker_->press(event.detail);
   // The chord's own space comes from the grab, which alone says that it was swallowed.
@@ -240,15 +247,18 @@ void TapThread::onGrabberEvent(XEvent& event) {
   // Let go before anybody is told: what looks for another program's grab would find this one.
   XUngrabKeyboard(grabber_->display(), CurrentTime);
   XSync(grabber_->display(), False);
-  // The held chord repeats. The listener knows of real presses and releases, so it goes first.
+  // The held chord repeats, and the grab tells each repetition as a press. The listener hears of real presses
+  // alone, at the same instant; a tap may be over by now, so the key being up again says nothing.
   XSync(listener_->display(), False);
   while (XPending(listener_->display()) > 0) {
     XEvent earlier;
     XNextEvent(listener_->display(), &earlier);
     onListenerEvent(earlier);
   }
-  if (chordDown_) return;
-  chordDown_ = true;
+  auto told = std::erase_if(chordPresses_, [&](unsigned long press) {
+    return static_cast<std::int32_t>(event.xkey.time - press) >= 0;  // the server's clock runs over
+  });
+  if (told == 0) return;
   deliver_({.type = TapEventType::keyDown,
             .keyCode = keycode::space,
             .flags = tracker_->flags() | keymap_->flags(event.xkey.state)});

@@ -36,7 +36,6 @@ class X11KeyTracker {
                      const std::function<void(TapEvent)>& changed);
 
   std::uint64_t flags() const;
-  bool isDown(int key) const { return held_[static_cast<std::size_t>(key)].has_value(); }
 
   /// True if the modifier now held was pressed as a trigger and a tap of another key has to follow, so
   /// that its release does nothing.
