@@ -31,6 +31,13 @@ class HeldDefaults : public UserDefaults {
   std::map<std::string, DefaultsValue> values_;
 };
 
+/// GStreamer forks to look for its plugins when it starts for the first time in a fresh home; the address
+/// sanitizer can dead-lock a child that was forked while other threads were running.
+class PluginsKnown : public ::testing::Environment {
+  void SetUp() override { gst_init(nullptr, nullptr); }
+};
+[[maybe_unused]] const auto* pluginsKnown = ::testing::AddGlobalTestEnvironment(new PluginsKnown);
+
 /// What a player makes of a file: the seconds of sound in it, and how loud they are.
 struct Played {
   bool readToEnd = false;
@@ -77,7 +84,7 @@ Played play(const std::filesystem::path& file) {
 /// A sound server of its own, so that it can be ended, restarted and stopped without harm to other tests.
 class GstWorld : public AudioCaptureWorld {
  public:
-  GstWorld() : capture_(std::make_unique<GstAudioCapture>(loop_, defaults_)) {
+  GstWorld() : capture_(std::make_unique<GstAudioCapture>(loop_, defaults_, Log(log_))) {
     EXPECT_TRUE(waitUntil([this] { return capture_->hasDefaultDevice(); }));
   }
   ~GstWorld() override {
@@ -104,6 +111,7 @@ class GstWorld : public AudioCaptureWorld {
   SoundServer& server() { return server_; }
   RealLoop& loop() { return loop_; }
   UserDefaults& defaults() { return defaults_; }
+  MemoryLog& log() { return log_; }
 
   std::unique_ptr<AudioRecording> start(const std::filesystem::path& file) {
     auto opening = audio().open(file, {});
@@ -128,6 +136,7 @@ class GstWorld : public AudioCaptureWorld {
   SoundServer server_;
   RealLoop loop_;
   HeldDefaults defaults_;
+  MemoryLog log_;
   std::filesystem::path folder_ = [] {
     std::string name = (std::filesystem::temp_directory_path() / "capture.XXXXXX").string();
     return std::filesystem::path(mkdtemp(name.data()));
@@ -244,7 +253,7 @@ TEST(GstAudioCapture, AsksOnceAndRemembersTheAnswer) {
   world.server().end();
   ASSERT_TRUE(world.waitUntil([&] { return !world.audio().hasDefaultDevice(); }));
   EXPECT_EQ(world.audio().authorization(), MicrophoneAuthorization::authorized);
-  GstAudioCapture next(world.loop(), world.defaults());
+  GstAudioCapture next(world.loop(), world.defaults(), Log(world.log()));
   EXPECT_EQ(next.authorization(), MicrophoneAuthorization::authorized);
 }
 

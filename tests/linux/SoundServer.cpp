@@ -71,9 +71,9 @@ void SoundServer::begin() {
   std::filesystem::remove(socketPath());
   // Without the session bus, where the desktop's own server already has the name.
   server_ = std::make_unique<AppProcess>(std::vector<std::string>{
-      "env", "DBUS_SESSION_BUS_ADDRESS=disabled:", "pulseaudio", "-n", "-F", script, "--daemonize=no",
-      "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes", "--realtime=no", "--high-priority=no",
-      "--log-target=null"});
+      "setpriv", "--pdeathsig", "KILL", "env", "DBUS_SESSION_BUS_ADDRESS=disabled:", "pulseaudio", "-n", "-F",
+      script, "--daemonize=no", "--use-pid-file=no", "--exit-idle-time=-1", "--disable-shm=yes",
+      "--realtime=no", "--high-priority=no", "--log-target=null"});
   const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
   while (outputOf({"pactl", "get-default-source"}) != "microphone\n" &&
          std::chrono::steady_clock::now() < deadline)

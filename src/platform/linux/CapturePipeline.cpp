@@ -14,13 +14,13 @@ constexpr double quietest = -160;
 // Once a failure was reported, the source ends the stream by itself, very soon or not at all.
 constexpr Seconds endAfterFailure{0.2};
 
-/// Small server buffers bring the first sound early; a queue keeps a slow encoder or disk from losing any.
+/// Small server buffers bring the first sound early; the queue keeps a slow encoder or disk from losing any.
 std::string description(const AudioSettings& settings) {
   return fmt::format(
       "pulsesrc name=source client-name=Pell latency-time=10000 buffer-time=40000"
       " ! audioconvert ! audioresample"
       " ! audio/x-raw,format=F32LE,rate={},channels={}"
-      " ! queue max-size-buffers=0 max-size-bytes=0 max-size-time=10000000000"
+      " ! queue name=queue max-size-buffers=0 max-size-bytes=0 max-size-time=10000000000"
       " ! avenc_aac name=encoder bitrate={} ! aacparse ! mp4mux"
       " ! filesink name=sink async=false enable-last-sample=false",
       static_cast<int>(settings.sampleRate), settings.channels, settings.bitRate);
@@ -47,9 +47,13 @@ CapturePipeline::Building CapturePipeline::build(const AudioSettings& settings) 
 }
 
 CapturePipeline::CapturePipeline(GstElement* pipeline)
-    : pipeline_(pipeline), source_(gst_bin_get_by_name(GST_BIN(pipeline), "source")) {
-  // Left behind when the rest is made ready: its connection would break with every restart of the server.
+    : pipeline_(pipeline),
+      source_(gst_bin_get_by_name(GST_BIN(pipeline), "source")),
+      sink_(gst_bin_get_by_name(GST_BIN(pipeline), "sink")) {
+  // Left behind when the rest is made ready: the connection of the one would break with every restart of the
+  // server, and the other opens its file as soon as it is ready.
   gst_element_set_locked_state(source_, TRUE);
+  gst_element_set_locked_state(sink_, TRUE);
   GstBus* bus = gst_element_get_bus(pipeline_);
   gst_bus_set_sync_handler(bus, &CapturePipeline::onMessage, this, nullptr);
   gst_object_unref(bus);
@@ -66,6 +70,7 @@ CapturePipeline::~CapturePipeline() {
   gst_bus_set_sync_handler(bus, nullptr, nullptr, nullptr);
   gst_object_unref(bus);
   gst_object_unref(source_);
+  gst_object_unref(sink_);
   gst_object_unref(pipeline_);
 }
 
@@ -82,9 +87,8 @@ void CapturePipeline::setFailureHandler(std::function<void(std::string)> handler
 }
 
 bool CapturePipeline::start(const std::filesystem::path& file) {
-  GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline_), "sink");
-  g_object_set(sink, "location", file.c_str(), nullptr);
-  gst_object_unref(sink);
+  g_object_set(sink_, "location", file.c_str(), nullptr);
+  gst_element_set_locked_state(sink_, FALSE);
   return gst_element_set_state(pipeline_, GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
 }
 
@@ -95,7 +99,14 @@ void CapturePipeline::finish(Seconds limit) {
     onFailure_ = nullptr;
     failed = failure_.has_value();
   }
-  if (!failed) gst_element_send_event(pipeline_, gst_event_new_eos());
+  // Behind the source and not through it: a source whose server hangs would hold this call up for ever.
+  if (!failed) {
+    GstElement* queue = gst_bin_get_by_name(GST_BIN(pipeline_), "queue");
+    GstPad* entry = gst_element_get_static_pad(queue, "sink");
+    gst_pad_send_event(entry, gst_event_new_eos());
+    gst_object_unref(entry);
+    gst_object_unref(queue);
+  }
   std::unique_lock lock(mutex_);
   changed_.wait_for(lock, failed ? endAfterFailure : limit, [this] { return ended_; });
 }

@@ -54,6 +54,7 @@ class CapturePipeline {
 
   GstElement* pipeline_;
   GstElement* source_;
+  GstElement* sink_;
 
   std::mutex mutex_;
   std::condition_variable changed_;
