@@ -57,6 +57,16 @@ std::optional<DesktopEntry> readEntry(const fs::path& path, std::string id) {
                       .isTerminal = hasCategory(file.get(), "TerminalEmulator")};
 }
 
+// Programs that run another one, of any version ("python3.11"): they say nothing about whose window it is.
+bool isLauncher(std::string_view program) {
+  constexpr std::array<std::string_view, 15> launchers{
+      "flatpak", "snap", "sh",   "bash", "python", "java", "gapplication", "pkexec",
+      "wine",    "mono", "perl", "ruby", "node",   "gjs",  "gjs-console"};
+  auto end = program.find_last_not_of("0123456789.");
+  program = program.substr(0, end == std::string_view::npos ? 0 : end + 1);
+  return std::find(launchers.begin(), launchers.end(), program) != launchers.end();
+}
+
 fs::file_time_type changeTime(const fs::path& folder) {
   std::error_code failed;
   auto time = fs::last_write_time(folder, failed);
@@ -77,6 +87,7 @@ std::vector<fs::path> DesktopEntries::standardFolders() {
 
 std::optional<DesktopEntry> DesktopEntries::find(const WindowIdentity& window) {
   refresh();
+  std::string_view program = isLauncher(window.program) ? std::string_view() : window.program;
   using Attempt = std::pair<const std::map<std::string, std::size_t>*, std::string_view>;
   const std::array<Attempt, 9> attempts{{{&byId_, window.applicationId},
                                          {&byWindowClass_, window.className},
@@ -85,8 +96,8 @@ std::optional<DesktopEntry> DesktopEntries::find(const WindowIdentity& window) {
                                          {&byId_, window.instanceName},
                                          {&byProgram_, window.instanceName},
                                          {&byProgram_, window.className},
-                                         {&byProgram_, window.program},
-                                         {&byId_, window.program}}};
+                                         {&byProgram_, program},
+                                         {&byId_, program}}};
   for (const auto& [index, key] : attempts) {
     if (const auto* entry = lookUp(*index, key)) return *entry;
   }
@@ -149,10 +160,7 @@ std::string programOfCommand(std::string_view commandLine) {
     program = fs::path(word).filename().string();
   }
   g_strfreev(words);
-  constexpr std::array<std::string_view, 12> launchers{"flatpak", "snap",   "sh",   "bash",
-                                                       "python3", "python", "java", "gapplication",
-                                                       "pkexec",  "wine",   "mono", "perl"};
-  return std::find(launchers.begin(), launchers.end(), program) == launchers.end() ? program : "";
+  return isLauncher(program) ? "" : program;
 }
 
 }  // namespace pell
