@@ -1,37 +1,17 @@
 // A private desktop with an editor in front, for everything that puts text into other programs.
 #pragma once
 
-#include <filesystem>
 #include <memory>
-#include <nlohmann/json.hpp>
 #include <signal.h>
 #include <string>
 
 #include "contracts/AccessibilityTreeContract.h"
-#include "linux/AppProcess.h"
 #include "linux/DesktopHelpers.h"
+#include "linux/Editor.h"
 #include "linux/RealLoop.h"
 #include "platform/linux/AtspiAccessibility.h"
 
 namespace pell::testing {
-
-/// One of the two editors beside this file, and what it answers.
-class Editor {
- public:
-  explicit Editor(const std::string& script)
-      : process_({"/usr/bin/python3", std::filesystem::path(__FILE__).parent_path() / script}) {}
-
-  template <class... Arguments>
-  nlohmann::json call(const std::string& name, Arguments... arguments) {
-    const auto answer = process_.ask(nlohmann::json::array({name, arguments...}).dump());
-    return answer.empty() ? nlohmann::json() : nlohmann::json::parse(answer);
-  }
-
-  AppProcess& process() { return process_; }
-
- private:
-  AppProcess process_;
-};
 
 /// `kind` is the field that stands for "a text field": "entry" or "view", or "plain" in Qt.
 class EditorWorld : public AccessibilityWorld {

@@ -126,4 +126,15 @@ void XClient::lockModifiers(unsigned modifiers) {
   XSync(connection_->display(), False);
 }
 
+void XClient::lockGroup(int group) {
+  XkbLockGroup(connection_->display(), XkbUseCoreKbd, static_cast<unsigned>(group));
+  XSync(connection_->display(), False);
+}
+
+int XClient::group() {
+  XkbStateRec state{};
+  XkbGetState(connection_->display(), XkbUseCoreKbd, &state);
+  return state.group;
+}
+
 }  // namespace pell::testing

@@ -11,8 +11,8 @@ namespace pell::testing {
 
 /// Key codes of a PC keyboard under X.
 namespace xkey {
-inline constexpr int escape = 9, control = 37, a = 38, shift = 50, leftAlt = 64, space = 65, capsLock = 66,
-                     b = 56, rightAlt = 108, rightSuper = 134, fn = 151;
+inline constexpr int escape = 9, enter = 36, control = 37, a = 38, shift = 50, leftAlt = 64, space = 65,
+                     capsLock = 66, b = 56, rightAlt = 108, rightSuper = 134, fn = 151;
 }  // namespace xkey
 
 /// Modifier bits of the X protocol; its own headers do not go together with the test framework's.
@@ -51,6 +51,8 @@ class XClient {
   /// Takes a chord for itself, as desktops do with their shortcuts.
   void grabChord(int key, unsigned modifiers);
   void lockModifiers(unsigned modifiers);
+  void lockGroup(int group);
+  int group();
 
   X11Connection& connection() { return *connection_; }
 

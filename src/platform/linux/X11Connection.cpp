@@ -7,6 +7,7 @@
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 #include <cstdlib>
+#include <unistd.h>
 #include <utility>
 
 #undef min

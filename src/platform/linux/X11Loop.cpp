@@ -99,7 +99,10 @@ void X11Loop::run(const Work& lost) {
     ended_ = true;
     dropped.swap(posted_);
   }
-  if (!stopping_ && lost) lost();
+  // Xlib keeps a lost display locked for the thread that lost it, so this one closes it.
+  bool isOver = isLost();
+  std::erase_if(watched_, [](const Watched& watched) { return watched.connection->isLost(); });
+  if (isOver && lost) lost();
 }
 
 bool X11Loop::isLost() const {

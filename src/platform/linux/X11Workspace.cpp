@@ -78,10 +78,9 @@ void X11Workspace::Watcher::onEvent(XEvent& event) {
 }
 
 void X11Workspace::Watcher::followActiveWindow() {
-  Window active = number(server.root(), activeWindow, XA_WINDOW).value_or(0);
-  if (active == window && active != 0) return;
-  if (window) XSelectInput(server.display(), window, NoEventMask);
-  window = active;
+  // Described anew even where the number is the same: the server gives it out again once a window is gone.
+  Window before = std::exchange(window, number(server.root(), activeWindow, XA_WINDOW).value_or(0));
+  if (before && before != window) XSelectInput(server.display(), before, NoEventMask);
   if (window) XSelectInput(server.display(), window, PropertyChangeMask);
   describe();
 }
