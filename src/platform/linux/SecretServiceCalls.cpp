@@ -155,4 +155,6 @@ void unlock(const std::vector<Object>& objects, std::function<void(bool)> comple
   g_list_free(list);
 }
 
+void disconnect() { secret_service_disconnect(); }
+
 }  // namespace pell::secretservice

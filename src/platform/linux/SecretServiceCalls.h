@@ -43,4 +43,8 @@ void store(const SecureItemKey& key, const std::string& bytes,
 /// Asks the user; true if at least one of `objects` is open now.
 void unlock(const std::vector<Object>& objects, std::function<void(bool)> completion);
 
+/// Forgets the connection that the calls above share. It notices the end of the service only on the thread
+/// that made the first call, so it must not outlive that thread.
+void disconnect();
+
 }  // namespace pell::secretservice

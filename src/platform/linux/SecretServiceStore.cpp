@@ -30,6 +30,7 @@ class SecretServiceStore::Core {
  public:
   ~Core() {
     calls_.stop();
+    secretservice::disconnect();
     replies_.stop();
   }
 
