@@ -29,6 +29,7 @@ TEST_F(DesktopEntriesTest, FindsTheEntryOfAWindow) {
   write("system/shell.desktop", "Name=Shell\nExec=shell\nCategories=GTK;TerminalEmulator;\n");
   write("system/old.desktop", "Name=Old\nExec=old\n");
   write("user/old.desktop", "Name=Deleted\nExec=old\nHidden=true\n");
+  write("system/python3.11.desktop", "Name=Python\nExec=/usr/bin/python3.11\n");
   write("system/broken.desktop", "\x01\x02 not a key file");
   struct Case {
     WindowIdentity window;
@@ -40,6 +41,7 @@ TEST_F(DesktopEntriesTest, FindsTheEntryOfAWindow) {
         Case{{.className = "Writer", .program = "writer-bin"}, "org.example.Writer", "Writer"},
         Case{{.className = "Painter", .instanceName = "painter"}, "kde-painter", "Painter"},
         Case{{.className = "flatpak"}, "", ""},
+        Case{{.className = "Script", .program = "python3.11"}, "", ""},
         Case{{.className = "Unknown", .program = "unknown"}, "", ""}}) {
     auto entry = entries_.find(window);
     EXPECT_EQ(entry ? entry->id : "", id) << window.className;

@@ -118,6 +118,7 @@ def escape_throws_away(world, kind):
     with world.holding():
         world.keys.tap(keys.ESCAPE)
         world.pell.wait_silent()
+    time.sleep(0.5)  # the release counts as a tap, so let the window of a double tap pass
     world.double_tap()
     world.wait_recording()
     world.keys.tap(keys.ESCAPE)
