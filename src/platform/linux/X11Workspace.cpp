@@ -66,6 +66,10 @@ struct X11Workspace::Watcher {
 };
 
 void X11Workspace::Watcher::onEvent(XEvent& event) {
+  if (event.type == DestroyNotify && event.xdestroywindow.window == window) {
+    describe();
+    return;
+  }
   if (event.type != PropertyNotify) return;
   if (event.xproperty.window == server.root()) {
     if (event.xproperty.atom == activeWindow) followActiveWindow();
@@ -81,12 +85,15 @@ void X11Workspace::Watcher::followActiveWindow() {
   // Described anew even where the number is the same: the server gives it out again once a window is gone.
   Window before = std::exchange(window, number(server.root(), activeWindow, XA_WINDOW).value_or(0));
   if (before && before != window) XSelectInput(server.display(), before, NoEventMask);
-  if (window) XSelectInput(server.display(), window, PropertyChangeMask);
+  if (window) XSelectInput(server.display(), window, PropertyChangeMask | StructureNotifyMask);
   describe();
 }
 
 void X11Workspace::Watcher::describe() {
+  server.takeErrors();
   auto found = read();
+  // Some window managers go on naming the last window after it is gone.
+  if (!server.takeErrors().empty()) found.reset();
   std::lock_guard lock(mutex);
   front = std::move(found);
 }
