@@ -55,7 +55,7 @@ LinuxPlatform::LinuxPlatform(Essentials& essentials, Desktop desktop)
                       .own = &ownElements_,
                       .alsoNeeded = [available = whyX11InputIsUnavailable().empty()] { return available; }}),
       eventTaps_(main_, essentials.log()),
-      audio_(main_, essentials.defaults()),
+      audio_(main_, essentials.defaults(), essentials.log()),
       loginItem_(essentials.locations().configHome(), thisProgram()) {}
 
 Platform LinuxPlatform::record() {

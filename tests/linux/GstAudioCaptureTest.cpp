@@ -12,6 +12,7 @@
 #include "linux/RealLoop.h"
 #include "linux/SoundServer.h"
 #include "platform/linux/GstAudioCapture.h"
+#include "support/MemoryLog.h"
 
 namespace pell::testing {
 namespace {
@@ -223,6 +224,7 @@ TEST(GstAudioCapture, KeepsWhatWasSaidBeforeTheLastMicrophoneWasUnplugged) {
   EXPECT_LE(failures, 1);
   EXPECT_TRUE(world.playable(file));
   EXPECT_TRUE(std::holds_alternative<AudioFailure>(world.audio().open(world.newFile(), {})));
+  EXPECT_EQ(world.log().count("microphone_unavailable"), 1u);
   world.server().plugMicrophone();
   EXPECT_TRUE(world.waitUntil([&] { return world.audio().hasDefaultDevice(); }));
 }

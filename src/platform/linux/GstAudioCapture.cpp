@@ -49,6 +49,7 @@ class GstRecording : public AudioRecording {
     std::shared_ptr<CapturePipeline> pipeline;
     std::filesystem::path file;
     Executor& main;
+    Log log;
     std::function<void()> onEnd;
   };
 
@@ -67,7 +68,9 @@ class GstRecording : public AudioRecording {
     auto report = [&main = parts_.main, weak = std::weak_ptr(self_)](std::string text) {
       main.post([weak, text = std::move(text)] {
         auto self = weak.lock();
-        if (self && (*self)->recording_ && (*self)->onFailure) (*self)->onFailure(text);
+        if (!self || !(*self)->recording_) return;
+        (*self)->parts_.log.warn("microphone_lost", {{"reason", text}});
+        if ((*self)->onFailure) (*self)->onFailure(text);
       });
     };
     parts_.pipeline->setFailureHandler(std::move(report));
@@ -108,9 +111,10 @@ class GstRecording : public AudioRecording {
 
 }  // namespace
 
-GstAudioCapture::GstAudioCapture(Executor& main, UserDefaults& defaults)
+GstAudioCapture::GstAudioCapture(Executor& main, UserDefaults& defaults, const Log& log)
     : main_(main),
       defaults_(defaults),
+      log_(log),
       sources_(std::make_unique<PulseSources>()),
       self_(std::make_shared<GstAudioCapture*>(this)) {
   prepareNext();
@@ -138,6 +142,15 @@ void GstAudioCapture::requestAccess(std::function<void(bool granted)> answer) {
 }
 
 AudioOpening GstAudioCapture::open(const std::filesystem::path& file, const AudioSettings& settings) {
+  auto opening = openWithoutReport(file, settings);
+  if (auto* failure = std::get_if<AudioFailure>(&opening)) {
+    log_.warn("microphone_unavailable", {{"reason", failure->description}});
+  }
+  return opening;
+}
+
+AudioOpening GstAudioCapture::openWithoutReport(const std::filesystem::path& file,
+                                                const AudioSettings& settings) {
   if (sources_->isKnown() && !sources_->hasMicrophone()) return AudioFailure{"No microphone is connected."};
   if (auto problem = createPrivateFile(file); !problem.empty()) return AudioFailure{problem};
   auto abandon = [&](std::string reason) -> AudioOpening {
@@ -156,7 +169,7 @@ AudioOpening GstAudioCapture::open(const std::filesystem::path& file, const Audi
     if (auto self = weak.lock()) (*self)->prepareNext();
   };
   return std::make_unique<GstRecording>(GstRecording::Parts{
-      .pipeline = std::move(pipeline), .file = file, .main = main_, .onEnd = std::move(onEnd)});
+      .pipeline = std::move(pipeline), .file = file, .main = main_, .log = log_, .onEnd = std::move(onEnd)});
 }
 
 GstAudioCapture::Building GstAudioCapture::takePipeline(const AudioSettings& settings) {

@@ -7,6 +7,7 @@
 #include "async/Executor.h"
 #include "platform/AudioCapture.h"
 #include "platform/UserDefaults.h"
+#include "stores/Log.h"
 
 namespace pell {
 
@@ -15,11 +16,12 @@ class PulseSources;
 
 /// Keeps one pipeline ready, so that a recording starts at once; between recordings nothing is captured and
 /// nothing runs. Permission is undetermined until a capture was once allowed, which is remembered in
-/// "microphoneAllowed"; it is denied only where the sound server turns us away.
+/// "microphoneAllowed"; it is denied only where the sound server turns us away. What goes wrong is logged
+/// here, where its cause is known.
 class GstAudioCapture : public AudioCapture {
  public:
   /// Loads the encoder in the background.
-  GstAudioCapture(Executor& main, UserDefaults& defaults);
+  GstAudioCapture(Executor& main, UserDefaults& defaults, const Log& log);
   ~GstAudioCapture() override;
 
   MicrophoneAuthorization authorization() const override;
@@ -33,11 +35,13 @@ class GstAudioCapture : public AudioCapture {
  private:
   using Pipeline = std::shared_ptr<CapturePipeline>;
   using Building = std::variant<Pipeline, AudioFailure>;
+  AudioOpening openWithoutReport(const std::filesystem::path& file, const AudioSettings& settings);
   Building takePipeline(const AudioSettings& settings);
   void prepareNext();
 
   Executor& main_;
   UserDefaults& defaults_;
+  Log log_;
   std::unique_ptr<PulseSources> sources_;
   AudioSettings prepared_;
   std::future<Building> next_;
