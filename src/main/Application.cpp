@@ -25,6 +25,7 @@
 #include "platform/linux/LinuxWords.h"
 #include "platform/linux/SignalWatch.h"
 #include "platform/linux/TimeZoneWatch.h"
+#include "platform/linux/X11Connection.h"
 #include "shell/Mark.h"
 
 namespace pell {
@@ -47,9 +48,11 @@ int activateRunningInstance() {
   return fail("another Pell is running and does not answer");
 }
 
-bool hasDisplay() {
-  const char* display = std::getenv("DISPLAY");
-  return display && *display;
+/// Asked before Qt, which ends the process without a word of ours where there is no display.
+std::optional<std::string> whyThereIsNoDisplay() {
+  auto opening = X11Connection::open();
+  if (auto* unavailable = std::get_if<X11Unavailable>(&opening)) return unavailable->reason;
+  return std::nullopt;
 }
 
 /// The application with its faces: tray, window and control socket.
@@ -197,7 +200,9 @@ int runApplication(const std::string& name, const RunCommand& command) {
   if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
   InstanceLock lock(folder / "lock");
   if (!lock.isHeld()) return activateRunningInstance();
-  if (!hasDisplay()) return fail("there is no X display; set DISPLAY, or try './dev demo'");
+  if (auto reason = whyThereIsNoDisplay()) {
+    return fail("there is no display: " + *reason + " ('./dev demo' needs none)");
+  }
 
   // Global keys and synthetic input are those of the X server, also where Wayland runs above it.
   if (!std::getenv("QT_QPA_PLATFORM")) ::setenv("QT_QPA_PLATFORM", "xcb", 0);
