@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <fmt/format.h>
+#include <system_error>
 #include <utility>
 
 #include "platform/linux/GLibPtr.h"
@@ -87,6 +88,7 @@ void CapturePipeline::setFailureHandler(std::function<void(std::string)> handler
 }
 
 bool CapturePipeline::start(const std::filesystem::path& file) {
+  file_ = file;
   g_object_set(sink_, "location", file.c_str(), nullptr);
   gst_element_set_locked_state(sink_, FALSE);
   return gst_element_set_state(pipeline_, GST_STATE_PLAYING) != GST_STATE_CHANGE_FAILURE;
@@ -111,7 +113,14 @@ void CapturePipeline::finish(Seconds limit) {
   changed_.wait_for(lock, failed ? endAfterFailure : limit, [this] { return ended_; });
 }
 
-void CapturePipeline::close() { gst_element_set_state(pipeline_, GST_STATE_NULL); }
+void CapturePipeline::close() {
+  gst_element_set_state(pipeline_, GST_STATE_NULL);
+  const auto file = std::exchange(file_, {});
+  std::lock_guard lock(powerMutex_);
+  if (file.empty() || heard_) return;
+  std::error_code ignored;
+  std::filesystem::resize_file(file, 0, ignored);
+}
 
 std::optional<double> CapturePipeline::takePower() {
   double squares = 0;
@@ -166,6 +175,7 @@ GstPadProbeReturn CapturePipeline::onBuffer(GstPad*, GstPadProbeInfo* info, gpoi
   std::lock_guard lock(pipeline->powerMutex_);
   pipeline->squares_ += squares;
   pipeline->samples_ += count;
+  pipeline->heard_ = true;
   return GST_PAD_PROBE_OK;
 }
 

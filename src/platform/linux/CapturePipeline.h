@@ -41,7 +41,8 @@ class CapturePipeline {
   /// Writes the file to its end, waiting at most `limit` for it.
   void finish(Seconds limit);
 
-  /// Lets go of the microphone and of the file.
+  /// Lets go of the microphone and of the file. A container without a sound in it is nothing that anybody can
+  /// play: the file is empty then.
   void close();
 
   /// Decibels of what came in since the last call; nothing if nothing came.
@@ -55,6 +56,7 @@ class CapturePipeline {
   GstElement* pipeline_;
   GstElement* source_;
   GstElement* sink_;
+  std::filesystem::path file_;  // while one is written
 
   std::mutex mutex_;
   std::condition_variable changed_;
@@ -65,6 +67,7 @@ class CapturePipeline {
   std::mutex powerMutex_;
   double squares_ = 0;
   std::size_t samples_ = 0;
+  bool heard_ = false;
 };
 
 }  // namespace pell
