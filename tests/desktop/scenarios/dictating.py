@@ -134,6 +134,22 @@ def escape_throws_away(world, kind):
     world.editor.wait_text("After all.")
 
 
+@scenario(limit=90)
+def released_before_a_sound(world):
+    """The key comes up before the microphone gave anything: nobody is troubled with a message."""
+    world.setup(transcript="Word.")
+    for _ in range(world.count(6, 60)):
+        with world.holding():
+            pass
+        time.sleep(0.8)  # a sound may have been heard after all, and its text is on its way
+        world.pell.wait_silent()
+    endings = [entry["event"] for entry in world.pell.events()]
+    world.check("dictation_failed" not in endings, f"a message was shown: {endings}")
+    heard = len(world.server.heard())
+    world.expect(endings.count("delivered"), heard, "texts delivered of recordings heard")
+    world.editor.wait_text("Word." * heard)
+
+
 @scenario(over=["gtk", "qt"])
 def shortcut_with_alt(world, kind):
     """A shortcut that begins with Alt, before and after the hold's threshold: the recording is lost, the shortcut works."""
