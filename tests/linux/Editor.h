@@ -4,16 +4,17 @@
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 #include "linux/AppProcess.h"
 
 namespace pell::testing {
 
-/// One of the two editors beside this file, and what it answers.
+/// One of the programs beside this file, and what it answers.
 class Editor {
  public:
-  explicit Editor(const std::string& script)
-      : process_({"/usr/bin/python3", std::filesystem::path(__FILE__).parent_path() / script}) {}
+  explicit Editor(const std::string& script, const std::vector<std::string>& arguments = {})
+      : process_(command(script, arguments)) {}
 
   template <class... Arguments>
   nlohmann::json call(const std::string& name, Arguments... arguments) {
@@ -24,6 +25,14 @@ class Editor {
   AppProcess& process() { return process_; }
 
  private:
+  static std::vector<std::string> command(const std::string& script,
+                                          const std::vector<std::string>& arguments) {
+    std::vector<std::string> words{"/usr/bin/python3",
+                                   std::filesystem::path(__FILE__).parent_path() / script};
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return words;
+  }
+
   AppProcess process_;
 };
 
