@@ -103,6 +103,7 @@ bool AtspiBus::connectAccessibility() {
     accessibility_ = std::move(opened);
   }
   subscribeFocus();
+  subscribeWindows();
   readEnabled();
   connected_ = true;
   return true;
@@ -112,12 +113,22 @@ void AtspiBus::subscribeFocus() {
   g_dbus_connection_signal_subscribe(accessibility_.get(), nullptr, "org.a11y.atspi.Event.Object",
                                      "StateChanged", nullptr, "focused", G_DBUS_SIGNAL_FLAGS_NONE,
                                      &AtspiBus::onFocus, this, nullptr);
+  registerFor("object:state-changed:focused");
+}
+
+void AtspiBus::subscribeWindows() {
+  g_dbus_connection_signal_subscribe(accessibility_.get(), nullptr, "org.a11y.atspi.Event.Window", "Activate",
+                                     nullptr, nullptr, G_DBUS_SIGNAL_FLAGS_NONE, &AtspiBus::onWindow, this,
+                                     nullptr);
+  registerFor("window:activate");
+}
+
+void AtspiBus::registerFor(const char* event) {
   // Applications send events only while somebody is registered for them.
-  g_dbus_connection_call(
-      accessibility_.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/registry", "org.a11y.atspi.Registry",
-      "RegisterEvent",
-      g_variant_new("(s@ass)", "object:state-changed:focused", g_variant_new_strv(nullptr, 0), ""), nullptr,
-      G_DBUS_CALL_FLAGS_NONE, housekeepingTimeout, stopping_.get(), nullptr, nullptr);
+  g_dbus_connection_call(accessibility_.get(), "org.a11y.atspi.Registry", "/org/a11y/atspi/registry",
+                         "org.a11y.atspi.Registry", "RegisterEvent",
+                         g_variant_new("(s@ass)", event, g_variant_new_strv(nullptr, 0), ""), nullptr,
+                         G_DBUS_CALL_FLAGS_NONE, housekeepingTimeout, stopping_.get(), nullptr, nullptr);
 }
 
 void AtspiBus::readEnabled() {
@@ -155,6 +166,7 @@ void AtspiBus::dropConnections() {
     old = std::exchange(accessibility_, nullptr);
     focused_.reset();
     processes_.clear();
+    toolkits_.clear();
     liars_.clear();
   }
   for (auto* connection : {old.get(), session_.get()}) {
@@ -282,6 +294,17 @@ void AtspiBus::forgetFocused(const AtspiAddress& address) {
   if (focused_ == address) focused_.reset();
 }
 
+std::optional<std::string> AtspiBus::knownToolkit(const std::string& busName) const {
+  std::lock_guard lock(mutex_);
+  auto found = toolkits_.find(busName);
+  return found == toolkits_.end() ? std::nullopt : std::optional(found->second);
+}
+
+void AtspiBus::noteToolkit(const std::string& busName, const std::string& toolkit) const {
+  std::lock_guard lock(mutex_);
+  toolkits_[busName] = toolkit;
+}
+
 void AtspiBus::noteLiar(const std::string& busName) {
   std::lock_guard lock(mutex_);
   liars_.insert(busName);
@@ -315,6 +338,16 @@ void AtspiBus::onFocus(GDBusConnection*, const char* sender, const char* path, c
   if (!g_variant_is_of_type(gained.get(), G_VARIANT_TYPE_INT32) || g_variant_get_int32(gained.get()) != 1)
     return;
   static_cast<AtspiBus*>(self)->noteFocused({sender, path});
+}
+
+void AtspiBus::onWindow(GDBusConnection* connection, const char* sender, const char* path, const char*,
+                        const char*, GVariant*, gpointer self) {
+  if (!sender) return;
+  // Chromium builds the tree of its pages, password fields among them, only from this question on. What it
+  // answers is of no interest.
+  g_dbus_connection_call(connection, sender, path, "org.a11y.atspi.Accessible", "GetAttributes", nullptr,
+                         nullptr, G_DBUS_CALL_FLAGS_NO_AUTO_START, housekeepingTimeout,
+                         static_cast<AtspiBus*>(self)->stopping_.get(), nullptr, nullptr);
 }
 
 }  // namespace pell

@@ -52,9 +52,9 @@ struct AtspiReply {
 /// Speaks to the bus through GDBus and not through libatspi, which ends the process when there is no bus,
 /// cannot be brought back when the bus restarts, and serialises all applications behind a hung one.
 ///
-/// A thread of its own keeps the connection, follows `IsEnabled` and the focus, and connects again after a
-/// loss. Calls are made from any thread and answer within their deadline; a hung application costs only
-/// whoever asks it.
+/// A thread of its own keeps the connection, follows `IsEnabled` and the focus, has each window that comes to
+/// the front show what is in it, and connects again after a loss. Calls are made from any thread and answer
+/// within their deadline; a hung application costs only whoever asks it.
 class AtspiBus {
  public:
   AtspiBus();
@@ -80,6 +80,10 @@ class AtspiBus {
   void noteFocused(const AtspiAddress& address);
   void forgetFocused(const AtspiAddress& address);
 
+  /// The toolkit of the application behind a bus name, once somebody has asked it.
+  std::optional<std::string> knownToolkit(const std::string& busName) const;
+  void noteToolkit(const std::string& busName, const std::string& toolkit) const;
+
   /// Applications that acknowledged an insertion and did not carry it out.
   void noteLiar(const std::string& busName);
   bool isLiar(const std::string& busName) const;
@@ -89,6 +93,8 @@ class AtspiBus {
   bool connectSession();
   bool connectAccessibility();
   void subscribeFocus();
+  void subscribeWindows();
+  void registerFor(const char* event);
   void readEnabled();
   void rememberForNextLogin();
   void lost();
@@ -99,6 +105,8 @@ class AtspiBus {
                        gpointer);
   static void onFocus(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
                       gpointer);
+  static void onWindow(GDBusConnection*, const char*, const char*, const char*, const char*, GVariant*,
+                       gpointer);
 
   std::atomic<bool> connected_ = false;
   std::atomic<bool> enabled_ = false;
@@ -107,6 +115,7 @@ class AtspiBus {
   GLibPtr<GDBusConnection> accessibility_;
   std::optional<AtspiAddress> focused_;
   mutable std::map<std::string, int> processes_;
+  mutable std::map<std::string, std::string> toolkits_;
   std::set<std::string> liars_;
 
   // Of the thread alone.

@@ -82,10 +82,11 @@ AccessibilityReading AtspiElement::subrole() const {
 
 AccessibilityReading AtspiElement::selectedText() const {
   const auto asked = object();
-  auto range = asked.selection();
-  if (!range) return failed(range.error);
-  if (range.value.start == range.value.end) return textReading("");
-  auto text = asked.text(range.value);
+  auto facts = asked.textFacts();
+  if (!facts) return failed(facts.error);
+  const AtspiRange range = facts.value.selection;
+  if (range.start == range.end) return textReading("");
+  auto text = asked.text(range);
   return text ? textReading(text.value) : failed(text.error);
 }
 

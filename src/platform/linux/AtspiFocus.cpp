@@ -1,6 +1,8 @@
 #include "platform/linux/AtspiFocus.h"
 
 #include <algorithm>
+#include <chrono>
+#include <thread>
 #include <utility>
 
 namespace pell {
@@ -10,6 +12,7 @@ namespace {
 constexpr std::size_t widestNode = 400;
 constexpr std::size_t largestWalk = 6000;
 constexpr int highestClimb = 60;
+constexpr std::chrono::milliseconds betweenWalks{20};
 
 AtspiAnswer<AtspiAddress> none(AccessibilityError error = AccessibilityError::noValue) { return {error, {}}; }
 
@@ -21,6 +24,7 @@ AtspiAnswer<AtspiAddress> AtspiFocus::elementOf(int process) {
   auto window = windowOf(process);
   if (!window) return window;
   auto found = walk(window.value);
+  if (!found && found.error == AccessibilityError::noValue) found = wakeAndWalk(window.value);
   if (found) bus_.noteFocused(found.value);
   return found;
 }
@@ -36,13 +40,14 @@ AtspiAnswer<AtspiAddress> AtspiFocus::tracked(int process) {
     if (!applications) return none(applications.error);
     if (!applications.value.empty() || !isInActiveWindow(*last)) return none();
   }
-  auto states = object(*last).states();
-  if (!states) {
-    if (states.error != AccessibilityError::cannotComplete) bus_.forgetFocused(*last);
-    return none(states.error);
+  auto known = object(*last).statesAndInterfaces();
+  if (!known) {
+    if (known.error != AccessibilityError::cannotComplete) bus_.forgetFocused(*last);
+    return none(known.error);
   }
-  if (!states.value.has(ATSPI_STATE_FOCUSED)) return none();
-  return withText(*last);
+  const auto& [states, interfaces] = known.value;
+  if (!states.has(ATSPI_STATE_FOCUSED)) return none();
+  return interfaces.text ? AtspiAnswer<AtspiAddress>{AccessibilityError::success, *last} : withText(*last);
 }
 
 bool AtspiFocus::isInActiveWindow(AtspiAddress address) {
@@ -112,6 +117,21 @@ AtspiAnswer<AtspiAddress> AtspiFocus::walk(const AtspiAddress& window) {
       std::move(children.value.begin(), children.value.begin() + static_cast<std::ptrdiff_t>(taken),
                 std::back_inserter(level));
     }
+  }
+  return none();
+}
+
+AtspiAnswer<AtspiAddress> AtspiFocus::wakeAndWalk(const AtspiAddress& window) {
+  const auto shown = object(window);
+  auto toolkit = shown.toolkit();
+  if (!toolkit || toolkit.value != "Chromium") return none();
+  // Asked for this, it begins to build the tree of its pages, and has it a third of a second later. The bus
+  // asks whenever a window comes to the front; this one was there before.
+  bus_.call(shown.attributesCall(), deadline_);
+  while (deadline_.remaining() > 0) {
+    auto found = walk(window);
+    if (found || found.error != AccessibilityError::noValue) return found;
+    std::this_thread::sleep_for(betweenWalks);
   }
   return none();
 }

@@ -21,6 +21,7 @@ class AtspiFocus {
  private:
   AtspiAnswer<AtspiAddress> tracked(int process);
   AtspiAnswer<AtspiAddress> walk(const AtspiAddress& window);
+  AtspiAnswer<AtspiAddress> wakeAndWalk(const AtspiAddress& window);
   AtspiAnswer<AtspiAddress> withText(const AtspiAddress& focused);
   AtspiAnswer<AtspiAddress> focusedChildWithText(const AtspiObject& parent);
   bool isInActiveWindow(AtspiAddress address);

@@ -55,14 +55,12 @@ bool lengthMoved(const AtspiObject& element, int before) {
 }  // namespace
 
 AtspiAnswer<bool> acceptsInsertion(const AtspiBus& bus, const AtspiObject& element) {
-  auto interfaces = element.interfaces();
-  if (!interfaces || !interfaces.value.editableText || !interfaces.value.text)
-    return {interfaces.error, false};
-  if (bus.isLiar(element.address().bus)) return {AccessibilityError::success, false};
-  auto states = element.states();
-  if (!states) return {states.error, false};
-  if (states.value.has(ATSPI_STATE_READ_ONLY) || !states.value.has(ATSPI_STATE_EDITABLE))
-    return {AccessibilityError::success, false};
+  auto known = element.statesAndInterfaces();
+  if (!known) return {known.error, false};
+  const auto& [states, interfaces] = known.value;
+  const bool takesText = interfaces.text && interfaces.editableText && states.has(ATSPI_STATE_EDITABLE) &&
+                         !states.has(ATSPI_STATE_READ_ONLY);
+  if (!takesText || bus.isLiar(element.address().bus)) return {AccessibilityError::success, false};
   auto toolkit = element.toolkit();
   if (!toolkit) return {toolkit.error, false};
   return {AccessibilityError::success, !isKnownLiar(toolkit.value)};
@@ -75,22 +73,25 @@ AccessibilityError insertText(AtspiBus& bus, const AtspiObject& element, const s
   auto toolkit = element.toolkit();
   if (!toolkit) return toolkit.error;
   if (isKnownLiar(toolkit.value)) return AccessibilityError::attributeUnsupported;
-  auto selection = element.selection();
-  if (!selection) return selection.error;
-  if (selection.value.start != selection.value.end) {
-    auto deleted = element.deleteText(selection.value);
+  auto facts = element.textFacts();
+  if (!facts) return facts.error;
+  const AtspiRange selection = facts.value.selection;
+  int before = facts.value.characterCount;
+  if (selection.start != selection.end) {
+    auto deleted = element.deleteText(selection);
     if (!deleted) return deleted.error;
-    if (!deleted.value) return AccessibilityError::failure;
+    auto left = element.characterCount();
+    if (!left) return left.error;
+    if (!deleted.value || left.value == before) return AccessibilityError::failure;
+    before = left.value;
   }
   if (utf8.empty()) return AccessibilityError::success;
-  auto before = element.characterCount();
-  if (!before) return before.error;
 
   const auto measure = measureFor(toolkit.value, unitsOf(utf8));
-  const int position = selection.value.start;
+  const int position = selection.start;
   auto inserted = element.insertText(position, utf8, measure.length);
   // An application may have done the work and been late with its answer, so the field itself is asked.
-  if (!lengthMoved(element, before.value)) {
+  if (!lengthMoved(element, before)) {
     if (inserted && inserted.value) bus.noteLiar(element.address().bus);
     return inserted ? AccessibilityError::failure : inserted.error;
   }

@@ -32,6 +32,27 @@ AccessibilityError errorOr(const AtspiReply& reply, AccessibilityError other) {
   return reply.value ? other : reply.error;
 }
 
+AtspiAnswer<int> numberOf(const AtspiReply& reply) {
+  auto value = unboxed(reply, "i");
+  if (!value) return {errorOr(reply, AccessibilityError::attributeUnsupported), 0};
+  return {AccessibilityError::success, g_variant_get_int32(value.get())};
+}
+
+AtspiAnswer<AtspiInterfaces> interfacesOf(const AtspiReply& reply) {
+  if (!reply.value) return {reply.error, {}};
+  AtspiInterfaces found;
+  GLibPtr<GVariant> names(g_variant_get_child_value(reply.value.get(), 0));
+  GVariantIter iter;
+  g_variant_iter_init(&iter, names.get());
+  const char* name = nullptr;
+  while (g_variant_iter_next(&iter, "&s", &name)) {
+    found.text |= std::string_view(name) == textInterface;
+    found.editableText |= std::string_view(name) == editableInterface;
+    found.document |= std::string_view(name) == documentInterface;
+  }
+  return {AccessibilityError::success, found};
+}
+
 std::vector<AtspiAddress> addressesIn(GVariant* list) {
   std::vector<AtspiAddress> addresses;
   GVariantIter iter;
@@ -62,15 +83,16 @@ AtspiReply AtspiObject::ask(const char* interface, const char* method, GVariant*
   return bus_->call(makeCall(interface, method, arguments, replyType), deadline_);
 }
 
+AtspiCall AtspiObject::propertyCall(const char* interface, const char* name) const {
+  return makeCall("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", interface, name), "(v)");
+}
+
 AtspiReply AtspiObject::property(const char* interface, const char* name) const {
-  return ask("org.freedesktop.DBus.Properties", "Get", g_variant_new("(ss)", interface, name), "(v)");
+  return bus_->call(propertyCall(interface, name), deadline_);
 }
 
 AtspiAnswer<int> AtspiObject::textProperty(const char* name) const {
-  auto reply = property(textInterface, name);
-  auto value = unboxed(reply, "i");
-  if (!value) return {errorOr(reply, AccessibilityError::attributeUnsupported), 0};
-  return {AccessibilityError::success, g_variant_get_int32(value.get())};
+  return numberOf(property(textInterface, name));
 }
 
 AtspiAnswer<std::uint32_t> AtspiObject::role() const {
@@ -87,6 +109,10 @@ AtspiCall AtspiObject::statesCall() const {
 
 AtspiCall AtspiObject::childrenCall() const {
   return makeCall(accessibleInterface, "GetChildren", nullptr, "(a(so))");
+}
+
+AtspiCall AtspiObject::attributesCall() const {
+  return makeCall(accessibleInterface, "GetAttributes", nullptr, "(a{ss})");
 }
 
 AtspiAnswer<AtspiStates> AtspiObject::statesOf(const AtspiReply& reply) {
@@ -114,19 +140,17 @@ AtspiAnswer<std::vector<AtspiAddress>> AtspiObject::children() const {
 }
 
 AtspiAnswer<AtspiInterfaces> AtspiObject::interfaces() const {
-  auto reply = ask(accessibleInterface, "GetInterfaces", nullptr, "(as)");
-  if (!reply.value) return {reply.error, {}};
-  AtspiInterfaces found;
-  GLibPtr<GVariant> names(g_variant_get_child_value(reply.value.get(), 0));
-  GVariantIter iter;
-  g_variant_iter_init(&iter, names.get());
-  const char* name = nullptr;
-  while (g_variant_iter_next(&iter, "&s", &name)) {
-    found.text |= std::string_view(name) == textInterface;
-    found.editableText |= std::string_view(name) == editableInterface;
-    found.document |= std::string_view(name) == documentInterface;
-  }
-  return {AccessibilityError::success, found};
+  return interfacesOf(ask(accessibleInterface, "GetInterfaces", nullptr, "(as)"));
+}
+
+AtspiAnswer<std::pair<AtspiStates, AtspiInterfaces>> AtspiObject::statesAndInterfaces() const {
+  std::vector<AtspiCall> calls;
+  calls.push_back(statesCall());
+  calls.push_back(makeCall(accessibleInterface, "GetInterfaces", nullptr, "(as)"));
+  auto replies = bus_->callAll(std::move(calls), deadline_);
+  auto states = statesOf(replies[0]);
+  auto interfaces = interfacesOf(replies[1]);
+  return {states ? interfaces.error : states.error, {states.value, interfaces.value}};
 }
 
 AtspiAnswer<AtspiAddress> AtspiObject::parent() const {
@@ -163,28 +187,38 @@ AtspiAnswer<std::string> AtspiObject::documentAttribute(const char* name) const 
 }
 
 AtspiAnswer<std::string> AtspiObject::toolkit() const {
+  if (auto known = bus_->knownToolkit(address_.bus)) return {AccessibilityError::success, *known};
   const AtspiObject application(*bus_, {address_.bus, "/org/a11y/atspi/accessible/root"}, deadline_);
   auto reply = application.property("org.a11y.atspi.Application", "ToolkitName");
   auto value = unboxed(reply, "s");
   if (!value) return {errorOr(reply, AccessibilityError::noValue), {}};
-  return {AccessibilityError::success, g_variant_get_string(value.get(), nullptr)};
+  std::string name = g_variant_get_string(value.get(), nullptr);
+  bus_->noteToolkit(address_.bus, name);
+  return {AccessibilityError::success, std::move(name)};
 }
 
-AtspiAnswer<AtspiRange> AtspiObject::selection() const {
-  auto count = ask(textInterface, "GetNSelections", nullptr, "(i)");
-  if (!count.value) return {count.error, {}};
+AtspiAnswer<AtspiTextFacts> AtspiObject::textFacts() const {
+  std::vector<AtspiCall> calls;
+  calls.push_back(makeCall(textInterface, "GetNSelections", nullptr, "(i)"));
+  calls.push_back(propertyCall(textInterface, "CaretOffset"));
+  calls.push_back(propertyCall(textInterface, "CharacterCount"));
+  auto replies = bus_->callAll(std::move(calls), deadline_);
+  if (!replies[0].value) return {replies[0].error, {}};
+  auto caret = numberOf(replies[1]);
+  auto count = numberOf(replies[2]);
+  if (!caret || !count) return {caret ? count.error : caret.error, {}};
+  AtspiTextFacts facts{.selection = {caret.value, caret.value}, .characterCount = count.value};
   gint32 selections = 0;
-  g_variant_get(count.value.get(), "(i)", &selections);
+  g_variant_get(replies[0].value.get(), "(i)", &selections);
   if (selections > 0) {
     auto reply = ask(textInterface, "GetSelection", g_variant_new("(i)", 0), "(ii)");
     if (!reply.value) return {reply.error, {}};
     AtspiRange range;
     g_variant_get(reply.value.get(), "(ii)", &range.start, &range.end);
     if (range.start > range.end) std::swap(range.start, range.end);
-    if (range.start >= 0 && range.start < range.end) return {AccessibilityError::success, range};
+    if (range.start >= 0 && range.start < range.end) facts.selection = range;
   }
-  auto caret = caretOffset();
-  return {caret.error, {caret.value, caret.value}};
+  return {AccessibilityError::success, facts};
 }
 
 AtspiAnswer<std::string> AtspiObject::text(AtspiRange range) const {

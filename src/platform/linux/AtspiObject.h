@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "platform/linux/AtspiBus.h"
@@ -43,6 +44,13 @@ struct AtspiRange {
   bool operator==(const AtspiRange&) const = default;
 };
 
+/// What a field says of its text before something is inserted.
+struct AtspiTextFacts {
+  /// Empty at the caret when nothing is selected.
+  AtspiRange selection;
+  int characterCount = 0;
+};
+
 /// A light handle: an address on a bus and the deadline of the question that is being answered.
 class AtspiObject {
  public:
@@ -54,18 +62,19 @@ class AtspiObject {
   AtspiAnswer<std::uint32_t> role() const;
   AtspiAnswer<AtspiStates> states() const;
   AtspiAnswer<AtspiInterfaces> interfaces() const;
+  /// Both in one round trip.
+  AtspiAnswer<std::pair<AtspiStates, AtspiInterfaces>> statesAndInterfaces() const;
   AtspiAnswer<AtspiAddress> parent() const;
   AtspiAnswer<std::vector<AtspiAddress>> children() const;
   /// The objects that this one embeds, as a browser's window does the page that it shows.
   AtspiAnswer<std::vector<AtspiAddress>> embedded() const;
   AtspiAnswer<std::string> documentAttribute(const char* name) const;
-  /// Name of the toolkit of this object's application.
+  /// Name of the toolkit of this object's application; asked once for each application.
   AtspiAnswer<std::string> toolkit() const;
 
   AtspiAnswer<int> characterCount() const { return textProperty("CharacterCount"); }
   AtspiAnswer<int> caretOffset() const { return textProperty("CaretOffset"); }
-  /// The first selection; empty at the caret when nothing is selected.
-  AtspiAnswer<AtspiRange> selection() const;
+  AtspiAnswer<AtspiTextFacts> textFacts() const;
   AtspiAnswer<std::string> text(AtspiRange range) const;
   AtspiAnswer<bool> setCaretOffset(int offset) const;
   AtspiAnswer<bool> deleteText(AtspiRange range) const;
@@ -73,6 +82,7 @@ class AtspiObject {
 
   AtspiCall statesCall() const;
   AtspiCall childrenCall() const;
+  AtspiCall attributesCall() const;
   static AtspiAnswer<AtspiStates> statesOf(const AtspiReply& reply);
   static AtspiAnswer<std::vector<AtspiAddress>> addressesOf(const AtspiReply& reply);
 
@@ -80,6 +90,7 @@ class AtspiObject {
   AtspiCall makeCall(const char* interface, const char* method, GVariant* arguments,
                      const char* replyType) const;
   AtspiReply ask(const char* interface, const char* method, GVariant* arguments, const char* replyType) const;
+  AtspiCall propertyCall(const char* interface, const char* name) const;
   AtspiReply property(const char* interface, const char* name) const;
   AtspiAnswer<int> textProperty(const char* name) const;
 
