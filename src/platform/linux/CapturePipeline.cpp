@@ -16,6 +16,7 @@ constexpr double quietest = -160;
 constexpr Seconds endAfterFailure{0.2};
 
 /// Small server buffers bring the first sound early; the queue keeps a slow encoder or disk from losing any.
+/// The sink writes through, so that the file tells from outside when the first sound was heard.
 std::string description(const AudioSettings& settings) {
   return fmt::format(
       "pulsesrc name=source client-name=Pell latency-time=10000 buffer-time=40000"
@@ -23,7 +24,7 @@ std::string description(const AudioSettings& settings) {
       " ! audio/x-raw,format=F32LE,rate={},channels={}"
       " ! queue name=queue max-size-buffers=0 max-size-bytes=0 max-size-time=10000000000"
       " ! avenc_aac name=encoder bitrate={} ! aacparse ! mp4mux"
-      " ! filesink name=sink async=false enable-last-sample=false",
+      " ! filesink name=sink buffer-mode=unbuffered async=false enable-last-sample=false",
       static_cast<int>(settings.sampleRate), settings.channels, settings.bitRate);
 }
 

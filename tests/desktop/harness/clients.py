@@ -242,6 +242,12 @@ class Pell:
         text = self.desktop.output("pactl", "list", "source-outputs")
         return f'application.process.id = "{self.process.pid}"' in text
 
+    def has_heard(self):
+        """Whether the first sound of the running recording has reached its file."""
+        with contextlib.suppress(FileNotFoundError):  # it is over
+            return any(file.stat().st_size for file in self.scratch_files())
+        return False
+
     def wait_silent(self):
         poll("the sound server listing no stream of pell", lambda: not self.records())
         if self.scratch_files():

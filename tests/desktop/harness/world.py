@@ -69,7 +69,8 @@ class World:
     # One dictation -------------------------------------------------------------------------------------------
 
     def wait_recording(self, timeout=5.0):
-        poll("pell recording", self.pell.records, timeout, interval=0.01)
+        """Until pell hears: on a busy machine the first sound comes long after the stream is there."""
+        poll("pell recording", lambda: self.pell.records() and self.pell.has_heard(), timeout, interval=0.01)
 
     @contextlib.contextmanager
     def holding(self, key=keys.ALT_LEFT):
