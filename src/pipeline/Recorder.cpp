@@ -101,7 +101,7 @@ Task<bool> Recorder::start() {
 
 bool Recorder::openCapture() {
   const std::string couldNotStart = "Pell could not start the microphone: ";
-  fs::path file = scratchUrl();
+  fs::path file = scratchURL();
   if (auto error = createPrivateFile(file)) return failStart(couldNotStart + error.message());
 
   auto opening = dependencies_.audio.open(file, AudioSettings{});
@@ -159,7 +159,7 @@ int Recorder::sweepOrphans(const fs::path& directory, Date now, Seconds grace) c
   return removed;
 }
 
-fs::path Recorder::scratchUrl() const {
+fs::path Recorder::scratchURL() const {
   std::string name(filePrefix);
   name += makeUuid();
   name += fileExtension;

@@ -100,7 +100,7 @@ class Recorder {
     std::filesystem::path file;
   };
 
-  std::filesystem::path scratchUrl() const;
+  std::filesystem::path scratchURL() const;
   bool openCapture();
   bool failStart(std::string message);
   void loseMicrophone();

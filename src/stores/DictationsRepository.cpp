@@ -148,7 +148,7 @@ bool DictationsRepository::remove(const std::string& id) {
   return database_.runCountingChanges("DELETE FROM dictations WHERE id = ?", {id}) > 0;
 }
 
-void DictationsRepository::removeAll() {
+void DictationsRepository::deleteAll() {
   std::lock_guard turn(queue_);
   database_.run("DELETE FROM dictations");
 }

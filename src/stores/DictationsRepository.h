@@ -52,7 +52,7 @@ class DictationsRepository {
 
   /// True if a row was removed. `remove` stands for the reserved word.
   bool remove(const std::string& id);
-  void removeAll();
+  void deleteAll();
 
   struct AppRow {
     std::string app;

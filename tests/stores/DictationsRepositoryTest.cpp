@@ -120,7 +120,7 @@ TEST_F(DictationsRepositoryTest, DeletingTellsWhetherSomethingWent) {
   EXPECT_TRUE(history.remove(first.id));
   EXPECT_FALSE(history.remove(first.id));
   EXPECT_THAT(history.recent(), ElementsAre(second));
-  history.removeAll();
+  history.deleteAll();
   EXPECT_THAT(history.recent(), IsEmpty());
 }
 
@@ -186,7 +186,7 @@ TEST_F(DictationsRepositoryTest, DaysAreThoseOfTheTimeZone) {
   for (const Case& c : cases) {
     const ZoneOfProcess zone(c.zone);
     const auto calendar = *Calendar::inTimeZone(c.zone);
-    history.removeAll();
+    history.deleteAll();
     const auto at = [&](double hours, int words) {
       time.setDate(midnight + Seconds(hours * 3600));
       history.record({.text = "x", .words = words});
