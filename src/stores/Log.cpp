@@ -1,6 +1,7 @@
 #include "stores/Log.h"
 
 #include <cmath>
+#include <fmt/core.h>
 #include <nlohmann/json.hpp>
 
 namespace pell {
@@ -32,7 +33,7 @@ nlohmann::json::string_t render(LogLevel level, std::string_view event, const Lo
     complete = complete && fitsJson(value);
     std::visit([&](const auto& content) { line[std::string(key)] = content; }, value.content);
   }
-  if (!complete) line = nlohmann::json::object();
+  if (!complete) return fmt::format(R"({{"level":"{}","event":"{}"}})", name(level), event);
   line["level"] = name(level);
   line["event"] = event;
   return line.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);

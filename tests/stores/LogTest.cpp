@@ -24,7 +24,7 @@ TEST(LogTest, EveryEventIsOneLineOfJson) {
                 R"({"level":"WARN","event":"fields","text":"a\n\"b\"","number":3,"real":1.5,"yes":true})"));
   EXPECT_EQ(lines[2], nlohmann::json::parse(R"({"level":"ERROR","event":"taken_names","kept":1})"));
   EXPECT_EQ(lines[3]["text"], "\uFFFD");
-  EXPECT_EQ(lines[4], nlohmann::json::parse(R"({"level":"WARN","event":"no_such_number"})"));
+  EXPECT_TRUE(sink.text().ends_with("\n{\"level\":\"WARN\",\"event\":\"no_such_number\"}\n")) << sink.text();
   EXPECT_EQ(std::ranges::count(sink.text(), '\n'), 5);
 }
 
