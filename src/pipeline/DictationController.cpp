@@ -242,7 +242,7 @@ std::optional<std::string> DictationController::saveToHistory(
                                                .promptVersionTitle = result.cleanupPromptVersionTitle};
   if (target) {
     dictation.targetBundleID = target->bundleIdentifier;
-    dictation.targetApp = target->localizedName;
+    if (!target->localizedName.empty()) dictation.targetApp = target->localizedName;
   }
   if (result.cleanupPromptVersionTitle) dictation.rawText = result.rawTranscript;
   std::string id;

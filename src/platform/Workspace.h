@@ -9,7 +9,7 @@ namespace pell {
 
 struct RunningApplication {
   std::optional<std::string> bundleIdentifier;
-  std::string localizedName;
+  std::string localizedName;  // empty where the application tells none
   std::optional<std::filesystem::path> bundleUrl;
   int processIdentifier = 0;
   /// Set for an application whose text fields report a successful insertion through accessibility and

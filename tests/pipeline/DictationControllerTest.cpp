@@ -619,6 +619,16 @@ TEST(DictationControllerTest, TroubleWithTheHistoryDoesNotKeepTheTextFromTheUser
   }
 }
 
+TEST(DictationControllerTest, ATargetThatTellsNoNameIsKeptAsUnknown) {
+  DictationRoad road;
+  road.editor.info.localizedName.clear();
+  road.dictate();
+  EXPECT_EQ(road.lastRecord()->targetApp, std::nullopt);
+  const auto stats = road.history.stats();
+  ASSERT_EQ(stats.byApp.size(), 1u);
+  EXPECT_EQ(stats.byApp.front().app, "Unknown") << "and no row without a name";
+}
+
 TEST(DictationControllerTest, NewMilestonesAreToldAndOnlyThose) {
   for (const auto& unlocked :
        {std::optional<std::vector<std::string>>(), std::optional(std::vector<std::string>{}),
