@@ -1,6 +1,6 @@
 #include "pipeline/TextInjector.h"
 
-#include <iterator>
+#include <memory>
 #include <optional>
 #include <system_error>
 #include <utility>
@@ -73,7 +73,7 @@ TextInjector::Outcome TextInjector::deliver(const std::string& text, Mode mode) 
   if (!dependencies_.accessibility.isTrusted()) {
     auto snapshot = dependencies_.pasteboard.items();
     copyToClipboard(text);
-    scheduleClipboardRestore(text, std::move(snapshot), restoreAfterFailure);
+    scheduleClipboardRestore(owe(text, std::move(snapshot)), restoreAfterFailure);
     return injection::Failed{
         words("Pell needs Accessibility access to type for you. The text is on your clipboard. Press ⌘V.")};
   }
@@ -169,33 +169,36 @@ void TextInjector::copyToClipboard(const std::string& text) {
 
 bool TextInjector::pasteViaClipboard(const std::string& text) {
   auto snapshot = dependencies_.pasteboard.items();
-  std::string copied = forPasteTarget(text);
-  copyToClipboard(copied);
+  auto owed = owe(forPasteTarget(text), std::move(snapshot));
+  copyToClipboard(owed->text);
 
   auto fail = [&](std::string_view stage) {
     dependencies_.log.error("paste_failed", {{"stage", stage}});
-    scheduleClipboardRestore(std::move(copied), std::move(snapshot), restoreAfterFailure);
+    scheduleClipboardRestore(owed, restoreAfterFailure);
     return false;
   };
   auto source = dependencies_.input.makeSource();
   if (!source) return fail("no_event_source");
-  waitForModifiers(*source);
+  waitForModifiers(*source, *owed);
+  // The process may have been told to end during the wait. What would be pasted now is not the dictation.
+  if (owed->isOver) return fail("ended");
 
   // The focus may have moved to a terminal during the wait.
-  if (auto now = forPasteTarget(text); now != copied) {
-    copied = std::move(now);
-    copyToClipboard(copied);
+  if (auto now = forPasteTarget(text); now != owed->text) {
+    owed->text = std::move(now);
+    copyToClipboard(owed->text);
   }
   source->permitLocalEvents();
   auto keys = source->makePasteKeys();
   if (!keys) return fail("event_creation");
   keys->post(keyHold);
-  dependencies_.log.info("paste_posted", {{"characters", TextCounting::characters(copied)}, {"tap", "hid"}});
-  scheduleClipboardRestore(std::move(copied), std::move(snapshot), restoreAfterPaste);
+  dependencies_.log.info("paste_posted",
+                         {{"characters", TextCounting::characters(owed->text)}, {"tap", "hid"}});
+  scheduleClipboardRestore(owed, restoreAfterPaste);
   return true;
 }
 
-void TextInjector::waitForModifiers(EventSource& source) {
+void TextInjector::waitForModifiers(EventSource& source, const PendingRestore& owed) {
   const Instant deadline = dependencies_.main.now() + toNanoseconds(longestModifierWait);
   while (std::uint64_t flags = source.modifierFlags()) {
     if ((flags & heldModifiers) == 0) return;
@@ -204,6 +207,7 @@ void TextInjector::waitForModifiers(EventSource& source) {
       return;
     }
     dependencies_.main.runFor(modifierPause);
+    if (owed.isOver) return;
   }
 }
 
@@ -212,13 +216,19 @@ std::string TextInjector::forPasteTarget(const std::string& text) {
   return dependencies_.input.pasteTarget() == PasteTarget::terminal ? onOneLine(text) : text;
 }
 
-void TextInjector::scheduleClipboardRestore(std::string text, Snapshot snapshot, Seconds delay) {
-  pending_.push_back({.text = std::move(text), .snapshot = std::move(snapshot), .timer = {}});
-  auto at = std::prev(pending_.end());
-  at->timer = dependencies_.main.postAfter(delay, [this, at] {
-    PendingRestore due = std::move(*at);
-    pending_.erase(at);
-    restore(due);
+TextInjector::Owed TextInjector::owe(std::string text, Snapshot snapshot) {
+  pending_.push_back(std::make_shared<PendingRestore>(
+      PendingRestore{.text = std::move(text), .snapshot = std::move(snapshot), .timer = {}}));
+  return pending_.back();
+}
+
+void TextInjector::scheduleClipboardRestore(const Owed& owed, Seconds delay) {
+  if (owed->isOver) return;
+  owed->timer = dependencies_.main.postAfter(delay, [this, weak = std::weak_ptr(owed)] {
+    auto due = weak.lock();
+    if (!due) return;
+    std::erase(pending_, due);
+    restore(*due);
   });
 }
 
@@ -226,17 +236,19 @@ void TextInjector::restorePendingClipboard() {
   // Newest first: where one delivery's snapshot holds the text of the one before, this order ends with
   // what the user had before both.
   while (!pending_.empty()) {
-    PendingRestore newest = std::move(pending_.back());
+    Owed newest = std::move(pending_.back());
     pending_.pop_back();
-    restore(newest);
+    restore(*newest);
   }
 }
 
-void TextInjector::restore(const PendingRestore& pending) {
+void TextInjector::restore(PendingRestore& owed) {
+  owed.isOver = true;
+  owed.timer.cancel();
   // Whatever was copied since is the user's, and wins.
-  if (dependencies_.pasteboard.string() != pending.text) return;
+  if (dependencies_.pasteboard.string() != owed.text) return;
   dependencies_.pasteboard.clearContents();
-  if (!pending.snapshot.empty()) dependencies_.pasteboard.writeItems(pending.snapshot);
+  if (!owed.snapshot.empty()) dependencies_.pasteboard.writeItems(owed.snapshot);
 }
 
 }  // namespace pell

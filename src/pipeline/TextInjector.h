@@ -2,7 +2,6 @@
 #pragma once
 
 #include <filesystem>
-#include <list>
 #include <map>
 #include <memory>
 #include <string>
@@ -63,8 +62,9 @@ class TextInjector {
   /// The one way to put text on the clipboard. It stays there.
   void copyToClipboard(const std::string& text);
 
-  /// Gives the user's clipboard back now, where a delivery would have done so later. For the end of the
-  /// process, with which this program's own clipboard content ends.
+  /// Gives the user's clipboard back now, where a delivery would have done so later; a delivery that still
+  /// waits for modifiers then pastes nothing. For the end of the process, with which this program's own
+  /// clipboard content ends.
   void restorePendingClipboard();
 
   /// Whether the application whose bundle lies at `bundle` is built on Chromium. Reads the disk.
@@ -76,8 +76,10 @@ class TextInjector {
   struct PendingRestore {
     std::string text;
     Snapshot snapshot;
-    DelayedWork timer;
+    DelayedWork timer;    // empty while the delivery is still under way
+    bool isOver = false;  // the clipboard was given back, or left to what the user copied since
   };
+  using Owed = std::shared_ptr<PendingRestore>;
 
   struct Attempt {
     std::string stage;
@@ -88,15 +90,16 @@ class TextInjector {
   bool insertViaAccessibility(const std::string& text);
   Attempt attemptInsertion(const std::string& text, const RunningApplication* application);
   bool pasteViaClipboard(const std::string& text);
-  void waitForModifiers(EventSource& source);
+  void waitForModifiers(EventSource& source, const PendingRestore& owed);
   std::string forPasteTarget(const std::string& text);
-  void scheduleClipboardRestore(std::string text, Snapshot snapshot, Seconds delay);
-  void restore(const PendingRestore& pending);
+  Owed owe(std::string text, Snapshot snapshot);
+  void scheduleClipboardRestore(const Owed& owed, Seconds delay);
+  void restore(PendingRestore& owed);
   bool isChromiumBased(const RunningApplication& application);
 
   Dependencies dependencies_;
   std::map<std::string, bool> chromiumCache_;  // by bundle identifier
-  std::list<PendingRestore> pending_;          // oldest first
+  std::vector<Owed> pending_;                  // oldest first
 };
 
 }  // namespace pell

@@ -231,6 +231,22 @@ TEST(TextInjectorTest, AtTheEndOfTheProcessTheClipboardComesBackAtOnce) {
   EXPECT_EQ(desk.clipboard(), "newer");
 }
 
+TEST(TextInjectorTest, AnEndOfTheProcessDuringAPasteGivesTheClipboardBackAndPastesNothing) {
+  Desk desk;
+  desk.platform.input.heldModifiers = modifier::option;
+  auto quit = desk.platform.time.main().postAfter(Seconds(0.1), [&] {
+    desk.injector.restorePendingClipboard();
+    EXPECT_EQ(desk.clipboard(), users);
+  });
+  const Instant start = desk.platform.time.main().now();
+  EXPECT_EQ(desk.deliver(Mode::paste), couldNotPaste);
+  EXPECT_LT(Seconds(desk.platform.time.main().now() - start).count(), 0.2) << "nothing is waited for";
+  EXPECT_EQ(desk.logged("paste_failed", "stage"), "ended");
+  desk.platform.time.advance(Seconds(100));
+  EXPECT_EQ(desk.clipboard(), users);
+  EXPECT_EQ(desk.platform.input.pastes.size(), 0u);
+}
+
 TEST(TextInjectorTest, APasteWaitsForTheTriggerToBeReleased) {
   for (std::uint64_t held : {modifier::command, modifier::option, modifier::control, modifier::shift}) {
     Desk desk;
