@@ -157,6 +157,20 @@ TEST_P(TriggerFocusTest, AHoldAfterALoneTapLeavesTheFocus) {
   }
 }
 
+TEST_P(TriggerFocusTest, TheChordLeavesTheFocusAndTypesNoSpace) {
+  ASSERT_TRUE(monitor_.start(HotKeyTrigger::toggleControlOptionSpace));
+  world_.settle();
+  for (int first : {xkey::leftAlt, xkey::control}) {
+    int second = first == xkey::leftAlt ? xkey::control : xkey::leftAlt;
+    events_.clear();
+    for (int key : {first, second, xkey::space}) world_.user.press(key);
+    world_.loop.runFor(Seconds(0.1));
+    for (int key : {xkey::space, first, second}) world_.user.release(key);
+    ASSERT_TRUE(hears(HotKeyMonitor::Event::toggle));
+    expectTypingLands();
+  }
+}
+
 INSTANTIATE_TEST_SUITE_P(Programs, TriggerFocusTest, ::testing::Values("gtk", "qt", "firefox"),
                          [](const auto& info) { return std::string(info.param); });
 
