@@ -23,6 +23,13 @@ struct Calendar::Zone {
 
 namespace {
 
+std::optional<int> fieldOf(icu::GregorianCalendar* fields, Date date, UCalendarDateFields field) {
+  if (!fields || !std::isfinite(secondsSince1970(date))) return std::nullopt;
+  UErrorCode status = U_ZERO_ERROR;
+  const int value = fields->get(field, status);
+  return U_SUCCESS(status) ? std::optional(value) : std::nullopt;
+}
+
 std::optional<Date> dateOf(icu::GregorianCalendar& fields, UErrorCode status) {
   const UDate milliseconds = fields.getTime(status);
   if (U_FAILURE(status) || !std::isfinite(milliseconds)) return std::nullopt;
@@ -59,5 +66,15 @@ std::optional<Date> Calendar::addingDays(Date date, int days) const {
   fields->add(UCAL_DATE, days, status);
   return dateOf(*fields, status);
 }
+
+std::optional<int> Calendar::dayNumber(Date date) const {
+  return fieldOf(zone_->fieldsAt(date).get(), date, UCAL_JULIAN_DAY);
+}
+
+std::optional<int> Calendar::year(Date date) const {
+  return fieldOf(zone_->fieldsAt(date).get(), date, UCAL_YEAR);
+}
+
+const icu::TimeZone& Calendar::timeZone() const { return *zone_->zone; }
 
 }  // namespace pell

@@ -4,8 +4,13 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <unicode/uversion.h>
 
 #include "async/Time.h"
+
+U_NAMESPACE_BEGIN
+class TimeZone;
+U_NAMESPACE_END
 
 namespace pell {
 
@@ -24,6 +29,14 @@ class Calendar {
 
   /// The same time of day `days` days later (earlier if negative); absent when out of range.
   std::optional<Date> addingDays(Date date, int days) const;
+
+  /// The days of the calendar, numbered in sequence; absent when out of range.
+  std::optional<int> dayNumber(Date date) const;
+
+  /// Absent when out of range.
+  std::optional<int> year(Date date) const;
+
+  const icu::TimeZone& timeZone() const;
 
  private:
   struct Zone;

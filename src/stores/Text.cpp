@@ -26,6 +26,24 @@ std::size_t asciiPrefix(std::string_view text) {
   return at;
 }
 
+template <class IsBlank>
+std::string_view trimmedOf(std::string_view text, IsBlank isBlank) {
+  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+  int32_t begin = 0;
+  auto end = static_cast<int32_t>(text.size());
+  for (int32_t next = begin; begin < end; begin = next) {
+    UChar32 character;
+    U8_NEXT(bytes, next, end, character);
+    if (!isBlank(character)) break;
+  }
+  for (int32_t previous = end; end > begin; end = previous) {
+    UChar32 character;
+    U8_PREV(bytes, begin, previous, character);
+    if (!isBlank(character)) break;
+  }
+  return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
+}
+
 }  // namespace
 
 bool isUtf8(std::string_view text) {
@@ -47,21 +65,13 @@ std::string repairedUtf8(std::string_view text) {
 }
 
 std::string_view trimmed(std::string_view text) {
-  const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
-  int32_t begin = 0;
-  auto end = static_cast<int32_t>(text.size());
-  const auto isBlank = [](UChar32 character) { return character >= 0 && u_isUWhiteSpace(character); };
-  for (int32_t next = begin; begin < end; begin = next) {
-    UChar32 character;
-    U8_NEXT(bytes, next, end, character);
-    if (!isBlank(character)) break;
-  }
-  for (int32_t previous = end; end > begin; end = previous) {
-    UChar32 character;
-    U8_PREV(bytes, begin, previous, character);
-    if (!isBlank(character)) break;
-  }
-  return text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(end - begin));
+  return trimmedOf(text, [](UChar32 character) { return character >= 0 && u_isUWhiteSpace(character); });
+}
+
+std::string_view trimmedLine(std::string_view line) {
+  return trimmedOf(line, [](UChar32 character) {
+    return character == '\t' || (character >= 0 && u_charType(character) == U_SPACE_SEPARATOR);
+  });
 }
 
 std::string lowercased(std::string_view text) {
