@@ -6,6 +6,8 @@ namespace pell {
 namespace {
 
 constexpr int loginItemEnabled = 1;
+constexpr const char* seededKey = "styleRulesSeeded";
+constexpr const char* seedVersionKey = "styleRulesSeedVersion";
 
 template <class T>
 typename Preference<T>::Loaded stored(UserDefaults& defaults, const char* key, T fallback) {
@@ -23,6 +25,13 @@ typename Preference<T>::Loaded storedChoice(UserDefaults& defaults, const char* 
           .store = [&defaults, key](const T& value) { defaults.set(key, std::string(rawValue(value))); }};
 }
 
+bool isSeeded(const UserDefaults& defaults) { return defaults.value<bool>(seededKey).value_or(false); }
+
+/// A user who removed every rule has an empty map, and keeps it.
+StyleSeeds::Rules rulesWhenAbsent(const UserDefaults& defaults, StyleSeeds::Rules seeds) {
+  return isSeeded(defaults) ? StyleSeeds::Rules() : std::move(seeds);
+}
+
 }  // namespace
 
 AppSettings::AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log)
@@ -37,9 +46,25 @@ AppSettings::AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log
       playSounds(stored(defaults, "playSounds", true)),
       contextAwareStyles(stored(defaults, "contextAwareStyles", true)),
       contextAwareBrowserHost(stored(defaults, "contextAwareBrowserHost", false)),
-      appStyleRules(stored(defaults, "appStyleRules", StyleRules())),
-      hostStyleRules(stored(defaults, "hostStyleRules", StyleRules())),
-      launchAtLogin_(loginItem.status() == loginItemEnabled) {}
+      appStyleRules(stored(defaults, "appStyleRules", rulesWhenAbsent(defaults, Defaults::appStyleRules()))),
+      hostStyleRules(
+          stored(defaults, "hostStyleRules", rulesWhenAbsent(defaults, Defaults::hostStyleRules()))),
+      launchAtLogin_(loginItem.status() == loginItemEnabled) {
+  seedStyleRules(defaults);
+}
+
+void AppSettings::seedStyleRules(UserDefaults& defaults) {
+  if (isSeeded(defaults)) {
+    const std::int64_t version = defaults.value<std::int64_t>(seedVersionKey).value_or(0);
+    hostStyleRules = Defaults::applyingSeedUpgrades(hostStyleRules, version, Defaults::seedUpgrades);
+    appStyleRules = Defaults::applyingSeedUpgrades(appStyleRules, version, Defaults::appSeedUpgrades);
+  } else {
+    hostStyleRules = hostStyleRules.get();
+    appStyleRules = appStyleRules.get();
+  }
+  defaults.set(seededKey, true);
+  defaults.set(seedVersionKey, std::int64_t{Defaults::currentSeedVersion});
+}
 
 void AppSettings::setLaunchAtLogin(bool enabled) {
   if (const std::string reason = loginItem_.setRegistered(enabled); !reason.empty()) {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <map>
 #include <string>
 #include <string_view>
 
@@ -13,6 +12,7 @@
 #include "platform/UserDefaults.h"
 #include "stores/Log.h"
 #include "stores/Preference.h"
+#include "styles/StyleSeeds.h"
 
 namespace pell {
 
@@ -30,9 +30,13 @@ class AppSettings {
   /// The choices offered for `language`.
   static constexpr std::array<Language, 2> languages{{{"multi", "EN + हिंदी"}, {"en", "English only"}}};
 
-  AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log);
+  /// The tables of rules that are shipped.
+  using Defaults = StyleSeeds;
+  using StyleRules = Defaults::Rules;
 
-  using StyleRules = std::map<std::string, std::string>;
+  /// Loads everything. Rules for styles are seeded on the first run, and brought up to the present tables
+  /// on the first run of a version that has newer ones.
+  AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log);
 
   Preference<std::string> language;
   Preference<HotKeyTrigger> trigger;
@@ -59,6 +63,8 @@ class AppSettings {
   void refreshLaunchAtLogin();
 
  private:
+  void seedStyleRules(UserDefaults& defaults);
+
   Observable<bool> launchAtLogin_;
 };
 

@@ -24,6 +24,25 @@ TEST_F(AppSettingsTest, FreshInstall) {
   EXPECT_TRUE(settings.showFloatingPanel && settings.showDictationBar && settings.playSounds &&
               settings.contextAwareStyles);
   EXPECT_FALSE(settings.contextAwareBrowserHost);
+  EXPECT_EQ(defaults.value<DefaultsDictionary>("appStyleRules"), StyleSeeds::appStyleRules());
+  EXPECT_EQ(defaults.value<DefaultsDictionary>("hostStyleRules"), StyleSeeds::hostStyleRules());
+  EXPECT_EQ(defaults.value<bool>("styleRulesSeeded"), true);
+  EXPECT_EQ(defaults.value<std::int64_t>("styleRulesSeedVersion"), 5);
+}
+
+TEST_F(AppSettingsTest, RulesAreSeededOnce) {
+  // Rules that were there before the first seeding are the user's.
+  defaults.set("appStyleRules", DefaultsDictionary{{"com.apple.Notes", "mine"}});
+  {
+    AppSettings settings(defaults, loginItem, log);
+    EXPECT_EQ(settings.appStyleRules.get(), (AppSettings::StyleRules{{"com.apple.Notes", "mine"}}));
+    EXPECT_EQ(settings.hostStyleRules.get(), StyleSeeds::hostStyleRules());
+    settings.hostStyleRules = {};
+    settings.appStyleRules = {{"com.microsoft.VSCode", "mine"}};
+  }
+  const AppSettings later(defaults, loginItem, log);
+  EXPECT_TRUE(later.hostStyleRules.get().empty());
+  EXPECT_EQ(later.appStyleRules.get(), (AppSettings::StyleRules{{"com.microsoft.VSCode", "mine"}}));
 }
 
 TEST_F(AppSettingsTest, WhatWasChosenIsThereAfterARestart) {
@@ -60,14 +79,13 @@ TEST_F(AppSettingsTest, ValuesOfAnotherKindCountAsAbsentAndStay) {
   defaults.set("injectionMode", std::int64_t{1});
   defaults.set("playSounds", std::string("no"));
   defaults.set("contextAwareStyles", std::int64_t{0});
-  defaults.set("appStyleRules", std::string("a=b"));
   const auto before = *defaults.storage();
   const AppSettings settings(defaults, loginItem, log);
   EXPECT_EQ(settings.language.get(), "multi");
   EXPECT_EQ(settings.trigger.get(), HotKeyTrigger::holdOption);
   EXPECT_EQ(settings.injectionMode.get(), InjectionMode::automatic);
   EXPECT_TRUE(settings.playSounds && settings.contextAwareStyles);
-  EXPECT_EQ(*defaults.storage(), before);
+  for (const auto& [key, value] : before) EXPECT_EQ(defaults.get(key), value) << key;
 }
 
 TEST_F(AppSettingsTest, EqualAssignmentStoresAndTellsNobody) {
