@@ -13,6 +13,7 @@ import uuid
 
 from harness.processes import Failure, Process, end_marked, poll
 
+KEYRING_PASSWORD = "keyring"  # lower-case letters: a scenario types it
 MARK = "PELL_PRIVATE_DESKTOP"
 SERVICES = pathlib.Path("/usr/share/dbus-1/services")
 # Settings of the caller's own desktop; none of them may lead a program out of the private one.
@@ -226,7 +227,7 @@ class Desktop:
 
     def _start_keyring(self):
         password = self.folder / "keyring-password"
-        password.write_text("\n")
+        password.write_text(KEYRING_PASSWORD)
         with password.open("rb") as source:
             self.run("keyring", "gnome-keyring-daemon", "--foreground", "--unlock", "--components=secrets", stdin=source)
 

@@ -166,16 +166,26 @@ class Firefox(Browser):
 
 
 class Chromium(Browser):
+    """With its pages on the accessibility bus from the start."""
+
     name = "Chromium"
+    accessibility = ["--force-renderer-accessibility"]
 
     def launch(self, desktop):
         options = """--no-sandbox --no-first-run --no-default-browser-check --disable-background-networking
             --disable-component-update --disable-sync --disable-gpu --disable-dev-shm-usage --password-store=basic
-            --proxy-server=http://127.0.0.1:9 --force-renderer-accessibility --window-size=900,600
+            --proxy-server=http://127.0.0.1:9 --window-size=900,600
             --test-type --disable-features=Translate,MediaRouter"""
         profile = desktop.folder / "chromium"
-        command = ["chromium", *options.split(), f"--user-data-dir={profile}", self.page.address]
+        command = ["chromium", *options.split(), *self.accessibility, f"--user-data-dir={profile}", self.page.address]
         self.process = desktop.run("chromium", *command)
+
+
+class PlainChromium(Chromium):
+    """As anybody starts it: it shows its pages to nobody until it is asked."""
+
+    name = "Chromium without options"
+    accessibility = []
 
 
 class Terminal(Editor):
@@ -273,12 +283,13 @@ def active_window(display, pid):
 
 
 def make(desktop, keys, kind):
-    """"gtk", "qt", "firefox", "chromium", "terminal", or the name of an editor of the system."""
+    """"gtk", "qt", "firefox", "chromium", "plain chromium", "terminal", or the name of an editor of the system."""
     if kind in ("gtk", "qt"):
         return OwnEditor(desktop, kind)
     makers = {
         "firefox": lambda: Firefox(desktop, keys),
         "chromium": lambda: Chromium(desktop, keys),
+        "plain chromium": lambda: PlainChromium(desktop, keys),
         "terminal": lambda: Terminal(desktop),
         "mousepad": lambda: PlainEditor(desktop, "mousepad", "inserted"),
         "featherpad": lambda: PlainEditor(desktop, "featherpad", "inserted"),

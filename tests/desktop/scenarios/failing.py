@@ -88,12 +88,16 @@ def quota_of_the_server(world):
 def microphone_gone(world):
     """The sound server dies during a recording; when it is back, so is dictation."""
     world.setup(transcript="The microphone is back.")
+    since = world.pell.mark()
     with world.keys.held(keys.ALT_LEFT):
         world.wait_recording()
         world.desktop.audio.popen.kill()
         world.desktop.audio.popen.wait()
-        time.sleep(0.3)
-    time.sleep(0.5)
+        world.pell.wait_event("microphone_lost", since)
+        told = world.pell.command("dictate", "finish")
+    world.check(told.code == 1 and "lost the microphone" in told.err, f"the user is told {told}")
+    world.expect(world.server.heard(), [], "recordings that reached the server")
+    world.expect(world.pell.scratch_files(), [], "audio left behind")
     world.check(world.pell.process.running(), "pell ended with the sound server")
     world.expect(world.editor.text(), "", "the editor")
     world.desktop.start_audio()

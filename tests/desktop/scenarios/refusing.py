@@ -9,7 +9,7 @@ from harness.processes import poll
 from harness.runner import scenario
 
 
-@scenario(over=["gtk", "qt", "firefox", "chromium"], limit=90)
+@scenario(over=["gtk", "qt", "firefox", "chromium", "plain chromium"], limit=90)
 def password_field(world, kind):
     """Refused at the start and at delivery; afterwards an ordinary field is served as before."""
     world.setup(editor=kind, transcript="A secret place.")
@@ -40,6 +40,19 @@ def password_field(world, kind):
     world.server.say("An open place.")
     world.hold()
     world.editor.wait_text("An open place.")
+    world.expect(world.editor.state()["secret"], "", "the password field")
+
+
+@scenario(over=["gtk", "qt", "firefox", "plain chromium"], limit=90)
+def password_field_that_was_there_first(world, kind):
+    """Pell starts while the field has the focus, and knows of it by no event."""
+    world.setup(editor=kind, transcript="A secret place.", start=False)
+    world.editor.focus("secret")
+    world.pell.start("--hidden")
+    since = world.pell.mark()
+    with world.keys.held(keys.ALT_LEFT):
+        world.pell.wait_event("dictation_refused_secure_field", since, reason="role")
+    world.pell.wait_silent()
     world.expect(world.editor.state()["secret"], "", "the password field")
 
 
