@@ -38,6 +38,7 @@ StatusContent statusContent(const StatusInput& input, const Words& words) {
   content.tooltip = content.detail.empty() ? content.title : content.title + "\n" + content.detail;
   content.toggleTitle = isRecording ? "End Dictation" : "Start Dictation";
   content.canCancel = isRecording;
+  content.offersAccessibility = !input.hasAccessibility;
   return content;
 }
 

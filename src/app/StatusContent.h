@@ -16,6 +16,7 @@ struct StatusContent {
   std::string tooltip;
   std::string toggleTitle;  // the menu item that starts and ends a dictation
   bool canCancel = false;
+  bool offersAccessibility = false;  // it is off, and a press of a button switches it on
   bool operator==(const StatusContent&) const = default;
 };
 

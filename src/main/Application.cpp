@@ -63,7 +63,8 @@ class Application {
         words_(linuxWords()),
         platform_(platform),
         delegate_(platform.record()),
-        window_([this] { delegate_.dictation().toggle(); }),
+        window_({.toggle = [this] { delegate_.dictation().toggle(); },
+                 .switchOnAccessibility = [this] { delegate_.permissions().requestAccessibility(); }}),
         tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
                                 .cancel = [this] { delegate_.route(HotKeyMonitor::Event::cancel); },
                                 .open = [this] { window_.bringToFront(); },
@@ -81,7 +82,7 @@ class Application {
     delegate_.sessionLost = [this](Keychain::ReadOutcome) {
       window_.showNotice(accountNotice(std::nullopt));
     };
-    QObject::connect(qApp, &QGuiApplication::commitDataRequest, qApp,
+    QObject::connect(qApp, &QGuiApplication::commitDataRequest, &window_,
                      [this](QSessionManager&) { delegate_.applicationShouldTerminate(); });
   }
 

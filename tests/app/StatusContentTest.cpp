@@ -26,8 +26,10 @@ TEST(StatusContentTest, EachPhaseSaysWhatHappensAndHowToGoOn) {
 
 TEST(StatusContentTest, IdleTellsWhenTheKeyCannotBeWatched) {
   EXPECT_EQ(content({.phase = phase::Idle{}}).detail, "Hold ⌥ · double-tap for hands-free");
-  EXPECT_NE(content({.phase = phase::Idle{}, .hasAccessibility = false}).detail.find("accessibility"),
-            std::string::npos);
+  EXPECT_FALSE(content({.phase = phase::Idle{}}).offersAccessibility);
+  auto off = content({.phase = phase::Idle{}, .hasAccessibility = false});
+  EXPECT_NE(off.detail.find("accessibility"), std::string::npos);
+  EXPECT_TRUE(off.offersAccessibility);
 }
 
 }  // namespace

@@ -1,11 +1,12 @@
 #include "app/view/StatusWindow.h"
 
+#include <QHBoxLayout>
 #include <QVBoxLayout>
 #include <utility>
 
 namespace pell {
 
-StatusWindow::StatusWindow(std::function<void()> toggle) {
+StatusWindow::StatusWindow(Actions actions) {
   setWindowTitle("Pell");
   setObjectName("pell-main");
   resize(460, 220);
@@ -23,18 +24,26 @@ StatusWindow::StatusWindow(std::function<void()> toggle) {
   column->addWidget(&detail_);
   column->addStretch();
   column->addWidget(&notice_);
-  column->addWidget(&toggle_, 0, Qt::AlignLeft);
+  auto* buttons = new QHBoxLayout;
+  buttons->addWidget(&toggle_);
+  buttons->addWidget(&accessibility_);
+  buttons->addStretch();
+  column->addLayout(buttons);
   notice_.hide();
+  accessibility_.hide();
   // Taking the focus by a click would make Pell the target of the dictation that the click starts; the
   // keyboard still reaches the button.
   toggle_.setFocusPolicy(Qt::TabFocus);
-  QObject::connect(&toggle_, &QPushButton::clicked, this, [toggle = std::move(toggle)] { toggle(); });
+  QObject::connect(&toggle_, &QPushButton::clicked, this, [toggle = std::move(actions.toggle)] { toggle(); });
+  QObject::connect(&accessibility_, &QPushButton::clicked, this,
+                   [switchOn = std::move(actions.switchOnAccessibility)] { switchOn(); });
 }
 
 void StatusWindow::show(const StatusContent& content) {
   title_.setText(QString::fromStdString(content.title));
   detail_.setText(QString::fromStdString(content.detail));
   toggle_.setText(QString::fromStdString(content.toggleTitle));
+  accessibility_.setVisible(content.offersAccessibility);
 }
 
 void StatusWindow::showNotice(const std::string& notice) {

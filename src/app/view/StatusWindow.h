@@ -10,11 +10,16 @@
 
 namespace pell {
 
-/// The main window in its first, plain form: what the dictation does, who is signed in, and a button that
-/// starts and ends a dictation. Closing it hides it; Pell runs on in the tray.
+/// The main window in its first, plain form: what the dictation does, who is signed in, a button that starts
+/// and ends a dictation, and one that switches accessibility on where it is off. Closing it hides it; Pell
+/// runs on in the tray.
 class StatusWindow final : public QWidget {
  public:
-  explicit StatusWindow(std::function<void()> toggle);
+  struct Actions {
+    std::function<void()> toggle;
+    std::function<void()> switchOnAccessibility;
+  };
+  explicit StatusWindow(Actions actions);
 
   void show(const StatusContent& content);
 
@@ -28,6 +33,7 @@ class StatusWindow final : public QWidget {
   QLabel detail_;
   QLabel notice_;
   QPushButton toggle_;
+  QPushButton accessibility_{"Switch Accessibility On"};
 };
 
 }  // namespace pell
