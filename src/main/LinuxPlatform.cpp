@@ -19,12 +19,6 @@ std::optional<LinuxPlatform::Unavailable> take(Opening opening, std::unique_ptr<
   return std::nullopt;
 }
 
-std::filesystem::path thisProgram() {
-  std::error_code error;
-  auto program = std::filesystem::read_symlink("/proc/self/exe", error);
-  return error ? "pell" : program;
-}
-
 }  // namespace
 
 LinuxPlatform::Opening LinuxPlatform::open(Essentials& essentials) {
@@ -56,7 +50,7 @@ LinuxPlatform::LinuxPlatform(Essentials& essentials, Desktop desktop)
                       .alsoNeeded = [available = whyX11InputIsUnavailable().empty()] { return available; }}),
       eventTaps_(main_, essentials.log()),
       audio_(main_, essentials.defaults(), essentials.log()),
-      loginItem_(essentials.locations().configHome(), thisProgram()) {}
+      loginItem_(essentials.locations().configHome(), AutostartLoginItem::thisProgram()) {}
 
 Platform LinuxPlatform::record() {
   return {.main = main_,
