@@ -53,7 +53,9 @@ class EventTapContract : public Contract<EventTapWorld> {
     ASSERT_TRUE(event.has_value());
     EXPECT_EQ(event->type, type);
     EXPECT_EQ(event->keyCode, keyCode);
-    if (flags) EXPECT_EQ(event->flags & allModifiers, *flags);
+    if (flags) {
+      EXPECT_EQ(event->flags & allModifiers, *flags);
+    }
   }
 
   void expectNothingMore() {

@@ -83,4 +83,4 @@ class Inbox {
   INSTANTIATE_TEST_SUITE_P(label, suite,                                           \
                            ::testing::Values(::pell::testing::WorldMaker<Port>{    \
                                #label, [] { return std::make_unique<World>(); }}), \
-                           [](const auto& info) { return info.param.name; })
+                           [](const auto& made) { return made.param.name; })
