@@ -1,5 +1,7 @@
 #include "main/Password.h"
 
+#include <array>
+#include <csignal>
 #include <cstdio>
 #include <iostream>
 #include <termios.h>
@@ -8,43 +10,72 @@
 namespace pell {
 namespace {
 
-/// Switches the terminal's echo off for as long as it lives.
+volatile std::sig_atomic_t caughtSignal = 0;
+
+/// Switches the terminal's echo off for as long as it lives, and catches the signals that would end or stop
+/// the program meanwhile: the terminal must not stay silent behind it.
 class Silence {
  public:
   Silence() {
     active_ = ::tcgetattr(STDIN_FILENO, &before_) == 0;
     if (!active_) return;
+    struct sigaction note {};
+    note.sa_handler = [](int number) { caughtSignal = number; };
+    for (std::size_t i = 0; i < caught.size(); ++i) ::sigaction(caught[i], &note, &actions_[i]);
     termios quiet = before_;
     quiet.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-    active_ = ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet) == 0;
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &quiet);
   }
   ~Silence() {
-    if (active_) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+    if (!active_) return;
+    ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &before_);
+    for (std::size_t i = 0; i < caught.size(); ++i) ::sigaction(caught[i], &actions_[i], nullptr);
   }
   Silence(const Silence&) = delete;
   Silence& operator=(const Silence&) = delete;
 
  private:
+  static constexpr std::array caught{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGTSTP};
+
   termios before_{};
+  std::array<struct sigaction, caught.size()> actions_{};
   bool active_ = false;
 };
 
-std::optional<std::string> readLine() {
+std::optional<std::string> given(std::string line) {
+  if (!line.empty() && line.back() == '\r') line.pop_back();
+  if (line.empty()) return std::nullopt;
+  return line;
+}
+
+/// One line of the terminal. A signal ends it early, with what was typed until then.
+std::string typedLine() {
   std::string line;
-  if (!std::getline(std::cin, line) || line.empty()) return std::nullopt;
-  if (line.back() == '\r') line.pop_back();
+  for (char letter = 0; ::read(STDIN_FILENO, &letter, 1) == 1 && letter != '\n';) line += letter;
   return line;
 }
 
 }  // namespace
 
 std::optional<std::string> readPassword() {
-  if (!::isatty(STDIN_FILENO)) return readLine();
-  std::fputs("Password: ", stderr);
-  Silence silence;
-  auto password = readLine();
-  std::fputs("\n", stderr);
-  return password;
+  if (!::isatty(STDIN_FILENO)) {
+    std::string line;
+    std::getline(std::cin, line);
+    return given(std::move(line));
+  }
+  while (true) {
+    caughtSignal = 0;
+    std::string line;
+    std::fputs("Password: ", stderr);
+    {
+      Silence silence;
+      line = typedLine();
+    }
+    std::fputs("\n", stderr);
+    if (caughtSignal == 0) return given(std::move(line));
+    // Ends or stops the program as it would have; it asks anew when it is continued.
+    ::raise(caughtSignal);
+  }
 }
 
 }  // namespace pell
