@@ -11,8 +11,14 @@ Essentials::Essentials()
     : stderr_(STDERR_FILENO),
       logSink_(stderr_),
       defaults_(locations_.defaultsFile(), log_),
-      config_(build_, locations_.locations(), defaults_),
-      secureItems_(makeSecureItemStore(
-          [this] { return std::make_unique<FileSecureItemStore>(locations_.secretsFile(), log_); }, log_)) {}
+      config_(build_, locations_.locations(), defaults_) {}
+
+SecureItemStore& Essentials::secureItems() {
+  std::call_once(secureItemsMade_, [this] {
+    secureItems_ = makeSecureItemStore(
+        [this] { return std::make_unique<FileSecureItemStore>(locations_.secretsFile(), log_); }, log_);
+  });
+  return *secureItems_;
+}
 
 }  // namespace pell

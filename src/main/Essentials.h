@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <mutex>
 
 #include "platform/SecureItemStore.h"
 #include "platform/linux/JournalLogSink.h"
@@ -26,7 +27,8 @@ class Essentials {
   UserDefaults& defaults() { return defaults_; }
   WallClock& clock() { return clock_; }
   HttpSession& http() { return http_; }
-  SecureItemStore& secureItems() { return *secureItems_; }
+  /// Made when it is first asked for: the commands that read only the history trouble no keyring.
+  SecureItemStore& secureItems();
   const StandardLocations& locations() const { return locations_; }
   const BuildInfo& build() const { return build_; }
   const AppConfig& config() const { return config_; }
@@ -41,6 +43,7 @@ class Essentials {
   SystemWallClock clock_;
   AppConfig config_;
   CurlHttpSession http_;
+  std::once_flag secureItemsMade_;
   std::unique_ptr<SecureItemStore> secureItems_;
 };
 
