@@ -205,8 +205,9 @@ int runApplication(const std::string& name, const RunCommand& command) {
     return fail("there is no display: " + *reason + " ('./dev demo' needs none)");
   }
 
-  // Global keys and synthetic input are those of the X server, also where Wayland runs above it.
-  if (!std::getenv("QT_QPA_PLATFORM")) ::setenv("QT_QPA_PLATFORM", "xcb", 0);
+  // Global keys and synthetic input are those of the X server, also where Wayland runs above it or the user
+  // has chosen another platform for Qt programs.
+  ::setenv("QT_QPA_PLATFORM", "xcb", 1);
   QApplication::setDesktopFileName(identifier);
   QApplication::setApplicationName("Pell");
   QApplication::setQuitOnLastWindowClosed(false);

@@ -69,7 +69,8 @@ int runHistory(const HistoryCommand& command) {
   auto file = essentials.config().databaseURL();
   std::vector<DictationRecord> records;
   try {
-    if (std::filesystem::exists(file)) {
+    std::error_code unreadable;  // then the database says it better
+    if (std::filesystem::exists(file, unreadable) || unreadable) {
       Database database(file);
       DictationsRepository history(database, essentials.clock());
       records = history.search(command.search, command.limit);
