@@ -64,8 +64,8 @@ class Server:
             self.options += ["--minutes-per-month", str(minutes)]
         self.start()
 
-    def start(self):
-        self.process = self.desktop.run("pell-server", PROGRAMS / "pell-server", *self.options)
+    def start(self, env=None):
+        self.process = self.desktop.run("pell-server", PROGRAMS / "pell-server", *self.options, env=env or {})
         poll(lambda: f"pell-server answering; its log: {self.process.log.read_text()}", self.answers)
 
     def stop(self):

@@ -11,6 +11,7 @@
 #include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/types.h>
+#include <sys/uio.h>
 #include <unistd.h>
 
 static atomic_int written;
@@ -57,6 +58,10 @@ ssize_t pwrite(int file, const void* data, size_t size, off_t at) {
 
 ssize_t pwrite64(int file, const void* data, size_t size, off64_t at) {
   return refuses(file) ? -1 : REAL(pwrite64)(file, data, size, at);
+}
+
+ssize_t writev(int file, const struct iovec* pieces, int count) {
+  return refuses(file) ? -1 : REAL(writev)(file, pieces, count);
 }
 
 int ftruncate(int file, off_t size) { return refuses(file) ? -1 : REAL(ftruncate)(file, size); }

@@ -14,7 +14,7 @@ from harness.clients import EMAIL, PASSWORD, PROGRAMS, run_once
 from harness.desktop import KEYRING_PASSWORD
 from harness.processes import Skip, poll
 from harness.runner import scenario
-from scenarios.failing import build_shim
+from scenarios.failing import full_disk_shim
 
 USAGE = [
     ("pell", ["nonsense"], 2),
@@ -190,11 +190,7 @@ def read_only_shim(world):
     """A disk on which every write below the history's folder fails from the start."""
     switch = world.folder / "read-only"
     switch.write_text("0")
-    return {
-        "LD_PRELOAD": str(build_shim(world)),
-        "FULL_DISK_BELOW": str(world.pell.data),
-        "FULL_DISK_SWITCH": str(switch),
-    }
+    return full_disk_shim(world, world.pell.data, switch)
 
 
 @scenario(audio=False)
@@ -257,22 +253,20 @@ def locked_keyring(world):
     service = ("org.freedesktop.secrets", "/org/freedesktop/secrets", "org.freedesktop.Secret.Service.Lock")
     world.desktop.gdbus(*service, f"['{COLLECTION}']")
     world.editor.clear()
-    began = time.monotonic()
+    # The desktop asks the user as soon as Pell wants to know who is signed in, and once: whoever waves it away is
+    # not asked again with the next dictation.
     world.pell.start("--hidden")
+    poll("the keyring's prompt", lambda: keyring_prompt(world))
+    world.keys.tap(keys.ESCAPE)
+    poll("the prompt gone", lambda: not keyring_prompt(world))
+    world.editor.wait_focus()
+    began = time.monotonic()
     end = world.dictate()
     world.check(time.monotonic() - began < 12, f"it took {time.monotonic() - began:.1f} s")
-    world.expect((end["event"], end["reason"]), LOCKED_OUT, "with the keyring locked")
-    # The desktop asks the user, once: whoever waves it away is not asked again with the next dictation.
-    prompt = poll("the keyring's prompt", lambda: keyring_prompt(world))
-    world.keys.tap(keys.ESCAPE)
-    poll("the prompt gone", lambda: keyring_prompt(world) != prompt)
-    world.editor.wait_focus()
-    end = world.dictate()
     world.expect((end["event"], end["reason"]), LOCKED_OUT, "with the prompt dismissed")
     world.check(not keyring_prompt(world), "asked again")
     world.pell.stop()
     world.pell.start("--hidden")
-    world.dictate()
     poll("the keyring's prompt", lambda: keyring_prompt(world))
     world.keys.type(KEYRING_PASSWORD)
     world.keys.tap(keys.RETURN)
@@ -303,6 +297,62 @@ def no_display(world):
         world.expect(outcome.code, 1, f"the exit code with {display}")
         world.check("display" in outcome.err.lower(), f"it said {outcome.err!r}")
         world.expect(world.pell.command("history", env=display).code, 0, "the history without a display")
+
+
+# Values that point nowhere or mean nothing, and what the log says of them.
+STRANGE_ENVIRONMENTS = [
+    ({"XDG_DATA_HOME": "/dev/null/data"}, "store_unavailable"),
+    ({"HOME": "", "XDG_CONFIG_HOME": "/dev/null/config"}, ""),
+    ({"DBUS_SESSION_BUS_ADDRESS": "nonsense:"}, "secure_store_fallback"),
+    ({"PULSE_SERVER": "unix:/dev/null", "GST_REGISTRY": "/dev/null/registry"}, ""),
+    ({"LANG": "xx_XX.nonsense", "LC_ALL": "xx_XX.nonsense", "TZ": "Nowhere/Land"}, ""),
+    ({"QT_QPA_PLATFORM": "nonsense"}, ""),
+    ({"QT_QPA_PLATFORM": "wayland", "WAYLAND_DISPLAY": "wayland-7"}, ""),
+]
+
+
+@scenario(limit=90)
+def strange_environment(world):
+    """Pell starts, can be steered, prints its history and ends as asked for."""
+    world.setup(editor=None, start=False)
+    for env, event in STRANGE_ENVIRONMENTS:
+        # A private folder for everything else, as a home that is none leaves its files to the real one.
+        env = {"XDG_DATA_HOME": str(world.folder / "data"), "XDG_CONFIG_HOME": str(world.folder / "config")} | env
+        listing = world.pell.command("history", env=env)
+        world.check(listing.code == 0 or (listing.code == 1 and listing.err.strip()), f"{env}: pell history: {listing}")
+        world.pell.start("--hidden", env=env, wait=False)
+        world.pell.wait_event("app_launched")
+        if event:
+            world.pell.wait_event(event)
+        world.pell.must("dictate", "cancel", env=env)
+        world.expect(world.pell.stop(), 0, f"the exit code with {env}")
+
+
+@scenario()
+def no_private_folder(world):
+    """Where others may look into the session's folder, and there is no other, Pell says so and ends."""
+    world.setup(editor=None, start=False)
+    env = {"XDG_RUNTIME_DIR": "", "TMPDIR": str(world.folder)}
+    (world.folder / f"pell-{os.geteuid()}").touch()
+    outcome = world.pell.command(env=env)
+    world.check(outcome.code == 1 and "private folder" in outcome.err, f"{outcome}")
+
+
+@scenario(over=["garbage", "folder"])
+def damaged_server_database(world, kind):
+    """pell-server says so and ends with 1, and what was there stays as it is."""
+    world.server = clients.Server(world.desktop)
+    world.server.stop()
+    database = world.server.folder / "data/server.db"
+    for file in database.parent.glob("server.db*"):
+        file.unlink()
+    if kind == "garbage":
+        database.write_bytes(b"this is no database" * 500)
+    else:
+        database.mkdir()
+    outcome = run_once(world.desktop, "pell-server", *world.server.options)
+    world.check(outcome.code == 1 and "server.db" in outcome.err, f"{outcome}")
+    world.check(kind == "folder" or database.read_bytes() == b"this is no database" * 500, "the file was changed")
 
 
 @scenario()

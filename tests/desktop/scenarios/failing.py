@@ -107,11 +107,10 @@ def microphone_gone(world):
     def works():
         since = world.pell.mark()
         with world.keys.held(keys.ALT_LEFT):
-            with contextlib.suppress(Failure):
-                world.wait_recording(timeout=2)
-            time.sleep(0.15)
-        if not world.server.heard():
-            return False
+            try:
+                world.wait_recording(timeout=4)
+            except Failure:
+                return False
         return world.pell.wait_delivered(since)["event"] == "delivered"
 
     poll("a dictation with the new sound server", works, 20)
@@ -192,25 +191,71 @@ def full_disk(world):
     """The disk fills up at the nth write: the text still arrives, nothing hangs, and later all is well."""
     world.setup(transcript="There is no room.")
     world.pell.stop()
-    shim = build_shim(world)
     switch = world.folder / "disk-full"
+    shim = full_disk_shim(world, world.desktop.home, switch)
+    refused = 0
     steps = world.count([0, 1, 2, 3, 5, 8, 13], list(range(40)))
     for writes in steps:
         world.editor.clear()
-        env = {"LD_PRELOAD": str(shim), "FULL_DISK_BELOW": str(world.desktop.home), "FULL_DISK_SWITCH": str(switch)}
-        world.pell.start("--hidden", env=env)
+        world.pell.start("--hidden", env=shim)
         switch.write_text(str(writes))
         end = world.dictate()
         world.expect(end["event"], "delivered", f"with a disk that is full after {writes} writes")
         world.editor.wait_text("There is no room.")
+        refused += any(entry["event"] == "history_write_failed" for entry in world.pell.events())
         switch.unlink()
         world.expect(world.pell.stop(), 0, f"the exit code, full after {writes} writes")
         open_cleanly(world)
         json.loads(world.pell.defaults_file.read_text())
+    world.check(refused, "the disk was never full")
     world.pell.start("--hidden")
     world.server.say("There is room again.")
     world.dictate()
     world.pell.wait_row("There is room again.", "inserted")
+
+
+def full_disk_shim(world, folder, switch):
+    """What a program is started with, so that the disk below the folder fills up once `switch` is there."""
+    return {"LD_PRELOAD": str(build_shim(world)), "FULL_DISK_BELOW": str(folder), "FULL_DISK_SWITCH": str(switch)}
+
+
+@scenario()
+def no_room_for_the_recording(world):
+    """The user is told, nothing is left of the recording, and with room the next one works."""
+    world.setup(transcript="There is room again.", start=False)
+    switch = world.folder / "disk-full"
+    world.pell.start("--hidden", env=full_disk_shim(world, world.desktop.runtime, switch))
+    for writes in (0, 1, 5):
+        switch.write_text(str(writes))
+        since = world.pell.mark()
+        world.steer("begin")
+        world.pell.wait_event("microphone_lost", since)
+        told = world.pell.command("dictate", "finish")
+        world.check(told.code == 1 and told.err.strip(), f"full after {writes} writes, the user is told {told}")
+        world.pell.wait_silent()
+        switch.unlink()
+    world.expect(world.dictate()["event"], "delivered", "the dictation with room")
+    world.editor.wait_text("There is room again.")
+
+
+@scenario(limit=90, long_limit=240)
+def full_disk_of_the_server(world):
+    """The server answers whatever it cannot write down, in its own words, and recovers by itself."""
+    world.setup(transcript="Some words.")
+    world.server.stop()
+    switch = world.folder / "disk-full"
+    world.server.start(env=full_disk_shim(world, world.server.folder / "data", switch))
+    refused = 0
+    for writes in world.count(range(4), range(20)):
+        switch.write_text(str(writes))
+        end = world.dictate()
+        world.check(world.server.process.running(), f"the server ended, full after {writes} writes")
+        if end["event"] != "delivered":
+            refused += 1
+            world.check(end["reason"] not in (OFFLINE, UNREADABLE), f"full after {writes} writes: {end['reason']}")
+        switch.unlink()
+        world.expect(world.dictate()["event"], "delivered", f"with room again, after {writes} writes")
+    world.check(refused, "the disk was never full")
 
 
 def build_shim(world):
