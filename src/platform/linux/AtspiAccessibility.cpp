@@ -8,7 +8,9 @@
 namespace pell {
 
 AtspiAccessibility::AtspiAccessibility(Parts parts)
-    : parts_(std::move(parts)), bus_(std::make_shared<AtspiBus>()) {}
+    : parts_(std::move(parts)),
+      bus_(std::make_shared<AtspiBus>()),
+      recent_(std::make_shared<AtspiRecentFocus>()) {}
 
 AtspiAccessibility::~AtspiAccessibility() = default;
 
@@ -26,12 +28,16 @@ AccessibilityElementRef AtspiAccessibility::systemWide() {
   return std::make_shared<AtspiApplicationElement>(AtspiApplicationElement::Parts{
       .bus = bus_,
       .process = parts_.activeProcess ? parts_.activeProcess : [] { return 0; },
-      .own = parts_.own});
+      .own = parts_.own,
+      .recent = recent_});
 }
 
 AccessibilityElementRef AtspiAccessibility::application(int processIdentifier) {
-  return std::make_shared<AtspiApplicationElement>(AtspiApplicationElement::Parts{
-      .bus = bus_, .process = [processIdentifier] { return processIdentifier; }, .own = parts_.own});
+  return std::make_shared<AtspiApplicationElement>(
+      AtspiApplicationElement::Parts{.bus = bus_,
+                                     .process = [processIdentifier] { return processIdentifier; },
+                                     .own = parts_.own,
+                                     .recent = recent_});
 }
 
 }  // namespace pell

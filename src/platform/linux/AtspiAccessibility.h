@@ -10,6 +10,7 @@
 namespace pell {
 
 class AtspiBus;
+struct AtspiRecentFocus;
 
 /// Trusted means that the accessibility bus answers, that accessibility is switched on, and that whatever
 /// else the program needs in order to type is there. All of it is watched; reading it costs nothing.
@@ -40,6 +41,7 @@ class AtspiAccessibility : public AccessibilityTree {
  private:
   Parts parts_;
   std::shared_ptr<AtspiBus> bus_;
+  std::shared_ptr<AtspiRecentFocus> recent_;
 };
 
 }  // namespace pell

@@ -1,5 +1,6 @@
 #include "platform/linux/AtspiElement.h"
 
+#include <chrono>
 #include <unistd.h>
 #include <utility>
 
@@ -11,6 +12,7 @@ namespace pell {
 namespace {
 
 constexpr int highestClimb = 60;
+constexpr std::chrono::milliseconds memoryHolds{20};
 
 AccessibilityReading failed(AccessibilityError error) { return {error, {}}; }
 
@@ -37,7 +39,7 @@ AtspiAnswer<std::string> addressAboveFocus(AtspiBus& bus, const AtspiAddress& wi
                                            AtspiDeadline deadline) {
   auto focused = AtspiFocus(bus, deadline).elementOf(bus.processOf(window.bus, deadline));
   if (!focused) return {focused.error, {}};
-  AtspiAddress at = focused.value;
+  AtspiAddress at = focused.value.address;
   for (int level = 0; level < highestClimb && at != window; ++level) {
     const AtspiObject object(bus, at, deadline);
     auto address = addressOf(object);
@@ -50,6 +52,8 @@ AtspiAnswer<std::string> addressAboveFocus(AtspiBus& bus, const AtspiAddress& wi
 }
 
 }  // namespace
+
+bool AtspiMemory::isFresh() const { return std::chrono::steady_clock::now() - asked < memoryHolds; }
 
 AtspiElement::AtspiElement(std::shared_ptr<AtspiBus> bus, AtspiAddress address, Seconds timeout)
     : bus_(std::move(bus)), address_(std::move(address)), timeout_(timeout) {}
@@ -64,19 +68,24 @@ AccessibilityReading AtspiElement::copyAttribute(std::string_view name) {
   return failed(AccessibilityError::attributeUnsupported);
 }
 
-AccessibilityReading AtspiElement::role() const {
-  const auto asked = object();
-  auto kind = asked.role();
-  if (!kind) return failed(kind.error);
-  auto states = asked.states();
-  if (!states) return failed(states.error);
-  return textReading(accessibilityRole(kind.value, states.value));
+AtspiAnswer<AtspiNature> AtspiElement::nature() {
+  if (memory_ && memory_->isFresh()) return {AccessibilityError::success, memory_->nature};
+  const auto asked = std::chrono::steady_clock::now();
+  auto answer = object().nature();
+  if (answer) memory_ = AtspiMemory{.nature = answer.value, .asked = asked};
+  return answer;
 }
 
-AccessibilityReading AtspiElement::subrole() const {
-  auto kind = object().role();
-  if (!kind) return failed(kind.error);
-  if (kind.value == ATSPI_ROLE_PASSWORD_TEXT) return textReading(accessibility::secureTextField);
+AccessibilityReading AtspiElement::role() {
+  auto found = nature();
+  if (!found) return failed(found.error);
+  return textReading(accessibilityRole(found.value.role, found.value.states));
+}
+
+AccessibilityReading AtspiElement::subrole() {
+  auto found = nature();
+  if (!found) return failed(found.error);
+  if (found.value.role == ATSPI_ROLE_PASSWORD_TEXT) return textReading(accessibility::secureTextField);
   return failed(AccessibilityError::noValue);
 }
 
@@ -139,7 +148,9 @@ std::vector<std::string> AtspiElement::attributeNames() {
 
 AccessibilityElement::Settable AtspiElement::isSettable(std::string_view name) {
   if (name != accessibility::selectedText) return {AccessibilityError::success, false};
-  auto accepts = acceptsInsertion(*bus_, object());
+  auto found = nature();
+  if (!found) return {found.error, false};
+  auto accepts = acceptsInsertion(*bus_, object(), found.value);
   return {accepts.error, accepts && accepts.value};
 }
 
@@ -164,7 +175,17 @@ AccessibilityReading AtspiApplicationElement::focus(int process) {
     return {AccessibilityError::success, std::move(element)};
   }
   if (!parts_.bus->isReady()) return failed(AccessibilityError::apiDisabled);
-  return elementAt(AtspiFocus(*parts_.bus, AtspiDeadline(timeout_)).elementOf(process));
+  AtspiRecentFocus& recent = *parts_.recent;
+  if (recent.process == process && recent.memory.isFresh() && parts_.bus->lastFocused() == recent.address)
+    return elementAt({AccessibilityError::success, recent.address}, recent.memory);
+  const auto asked = std::chrono::steady_clock::now();
+  auto found = AtspiFocus(*parts_.bus, AtspiDeadline(timeout_)).elementOf(process);
+  std::optional<AtspiMemory> memory;
+  if (found && found.value.nature) {
+    memory = AtspiMemory{.nature = *found.value.nature, .asked = asked};
+    recent = {.process = process, .address = found.value.address, .memory = *memory};
+  }
+  return elementAt({found.error, std::move(found.value.address)}, memory);
 }
 
 AccessibilityReading AtspiApplicationElement::window(int process) {
@@ -173,11 +194,12 @@ AccessibilityReading AtspiApplicationElement::window(int process) {
   return elementAt(AtspiFocus(*parts_.bus, AtspiDeadline(timeout_)).windowOf(process));
 }
 
-AccessibilityReading AtspiApplicationElement::elementAt(AtspiAnswer<AtspiAddress> found) {
+AccessibilityReading AtspiApplicationElement::elementAt(AtspiAnswer<AtspiAddress> found,
+                                                        std::optional<AtspiMemory> memory) {
   if (!found) return failed(found.error);
-  AccessibilityElementRef element =
-      std::make_shared<AtspiElement>(parts_.bus, std::move(found.value), timeout_);
-  return {AccessibilityError::success, std::move(element)};
+  auto element = std::make_shared<AtspiElement>(parts_.bus, std::move(found.value), timeout_);
+  if (memory) element->remember(*memory);
+  return {AccessibilityError::success, AccessibilityElementRef(std::move(element))};
 }
 
 std::vector<std::string> AtspiApplicationElement::attributeNames() {

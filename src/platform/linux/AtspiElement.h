@@ -3,19 +3,39 @@
 
 #include <functional>
 #include <memory>
+#include <optional>
 
 #include "platform/AccessibilityTree.h"
 #include "platform/OwnElements.h"
-#include "platform/linux/AtspiObject.h"
+#include "platform/linux/AtspiFocus.h"
 
 namespace pell {
 
 inline constexpr Seconds standardMessagingTimeout{0.75};
 
+/// What an element was when it was last asked. Finding an element, reading what it is and writing into it
+/// come one upon the other, and each question to another process costs a tenth of what the whole takes, so
+/// one answer serves for that moment.
+struct AtspiMemory {
+  AtspiNature nature;
+  Instant asked{};
+
+  bool isFresh() const;
+};
+
+/// The element that was last found to have the focus in an application.
+struct AtspiRecentFocus {
+  int process = 0;
+  AtspiAddress address;
+  AtspiMemory memory;
+};
+
 /// One accessible object.
 class AtspiElement : public AccessibilityElement {
  public:
   AtspiElement(std::shared_ptr<AtspiBus> bus, AtspiAddress address, Seconds timeout);
+
+  void remember(const AtspiMemory& memory) { memory_ = memory; }
 
   void setMessagingTimeout(Seconds limit) override { timeout_ = limit; }
   AccessibilityReading copyAttribute(std::string_view name) override;
@@ -25,8 +45,9 @@ class AtspiElement : public AccessibilityElement {
 
  private:
   AtspiObject object() const { return {*bus_, address_, AtspiDeadline(timeout_)}; }
-  AccessibilityReading role() const;
-  AccessibilityReading subrole() const;
+  AtspiAnswer<AtspiNature> nature();
+  AccessibilityReading role();
+  AccessibilityReading subrole();
   AccessibilityReading selectedText() const;
   AccessibilityReading document() const;
   AccessibilityReading url() const;
@@ -34,6 +55,7 @@ class AtspiElement : public AccessibilityElement {
 
   std::shared_ptr<AtspiBus> bus_;
   AtspiAddress address_;
+  std::optional<AtspiMemory> memory_;
   Seconds timeout_;
 };
 
@@ -47,6 +69,8 @@ class AtspiApplicationElement : public AccessibilityElement {
     std::function<int()> process;
     /// May be null.
     OwnElements* own = nullptr;
+    /// Shared by all elements of one tree.
+    std::shared_ptr<AtspiRecentFocus> recent;
   };
   explicit AtspiApplicationElement(Parts parts) : parts_(std::move(parts)) {}
 
@@ -59,7 +83,7 @@ class AtspiApplicationElement : public AccessibilityElement {
  private:
   AccessibilityReading focus(int process);
   AccessibilityReading window(int process);
-  AccessibilityReading elementAt(AtspiAnswer<AtspiAddress> found);
+  AccessibilityReading elementAt(AtspiAnswer<AtspiAddress> found, std::optional<AtspiMemory> memory = {});
 
   Parts parts_;
   Seconds timeout_ = standardMessagingTimeout;

@@ -18,36 +18,40 @@ AtspiAnswer<AtspiAddress> none(AccessibilityError error = AccessibilityError::no
 
 }  // namespace
 
-AtspiAnswer<AtspiAddress> AtspiFocus::elementOf(int process) {
+AtspiAnswer<AtspiFocused> AtspiFocus::elementOf(int process) {
   auto known = tracked(process);
   if (known || known.error == AccessibilityError::cannotComplete) return known;
   auto window = windowOf(process);
-  if (!window) return window;
+  if (!window) return {window.error, {}};
   auto found = walk(window.value);
   if (!found && found.error == AccessibilityError::noValue) found = wakeAndWalk(window.value);
   if (found) bus_.noteFocused(found.value);
-  return found;
+  return {found.error, {.address = std::move(found.value)}};
 }
 
-AtspiAnswer<AtspiAddress> AtspiFocus::tracked(int process) {
+AtspiAnswer<AtspiFocused> AtspiFocus::tracked(int process) {
+  constexpr auto untracked = [](AccessibilityError error = AccessibilityError::noValue) {
+    return AtspiAnswer<AtspiFocused>{error, {}};
+  };
   auto last = bus_.lastFocused();
-  if (!last) return none();
+  if (!last) return untracked();
   const int owner = bus_.processOf(last->bus, deadline_);
   // An application in a sandbox is on the bus under its proxy's process: its own claim decides then.
   const bool foreign = owner != process;
   if (foreign) {
     auto applications = applicationsOf(process);
-    if (!applications) return none(applications.error);
-    if (!applications.value.empty() || !isInActiveWindow(*last)) return none();
+    if (!applications) return untracked(applications.error);
+    if (!applications.value.empty() || !isInActiveWindow(*last)) return untracked();
   }
-  auto known = object(*last).statesAndInterfaces();
+  auto known = object(*last).nature();
   if (!known) {
     if (known.error != AccessibilityError::cannotComplete) bus_.forgetFocused(*last);
-    return none(known.error);
+    return untracked(known.error);
   }
-  const auto& [states, interfaces] = known.value;
-  if (!states.has(ATSPI_STATE_FOCUSED)) return none();
-  return interfaces.text ? AtspiAnswer<AtspiAddress>{AccessibilityError::success, *last} : withText(*last);
+  if (!known.value.states.has(ATSPI_STATE_FOCUSED)) return untracked();
+  if (known.value.interfaces.text) return {AccessibilityError::success, {*last, known.value}};
+  auto inner = withText(*last);
+  return {inner.error, {.address = std::move(inner.value)}};
 }
 
 bool AtspiFocus::isInActiveWindow(AtspiAddress address) {

@@ -54,10 +54,10 @@ bool lengthMoved(const AtspiObject& element, int before) {
 
 }  // namespace
 
-AtspiAnswer<bool> acceptsInsertion(const AtspiBus& bus, const AtspiObject& element) {
-  auto known = element.statesAndInterfaces();
-  if (!known) return {known.error, false};
-  const auto& [states, interfaces] = known.value;
+AtspiAnswer<bool> acceptsInsertion(const AtspiBus& bus, const AtspiObject& element,
+                                   const AtspiNature& nature) {
+  const auto& states = nature.states;
+  const auto& interfaces = nature.interfaces;
   const bool takesText = interfaces.text && interfaces.editableText && states.has(ATSPI_STATE_EDITABLE) &&
                          !states.has(ATSPI_STATE_READ_ONLY);
   if (!takesText || bus.isLiar(element.address().bus)) return {AccessibilityError::success, false};

@@ -7,9 +7,10 @@
 
 namespace pell {
 
-/// Whether text can be put into the element by the accessibility bus. False for toolkits that acknowledge
-/// an insertion without carrying it out.
-AtspiAnswer<bool> acceptsInsertion(const AtspiBus& bus, const AtspiObject& element);
+/// Whether text can be put into an element of that nature by the accessibility bus. False for toolkits that
+/// acknowledge an insertion without carrying it out.
+AtspiAnswer<bool> acceptsInsertion(const AtspiBus& bus, const AtspiObject& element,
+                                   const AtspiNature& nature);
 
 /// Replaces the selection, or inserts at the caret, and leaves the caret after the text. Success means that
 /// the field's length was seen to move; nobody must type the text again then.

@@ -38,6 +38,13 @@ AtspiAnswer<int> numberOf(const AtspiReply& reply) {
   return {AccessibilityError::success, g_variant_get_int32(value.get())};
 }
 
+AtspiAnswer<std::uint32_t> roleOf(const AtspiReply& reply) {
+  if (!reply.value) return {reply.error, 0};
+  guint32 role = 0;
+  g_variant_get(reply.value.get(), "(u)", &role);
+  return {AccessibilityError::success, role};
+}
+
 AtspiAnswer<AtspiInterfaces> interfacesOf(const AtspiReply& reply) {
   if (!reply.value) return {reply.error, {}};
   AtspiInterfaces found;
@@ -95,13 +102,9 @@ AtspiAnswer<int> AtspiObject::textProperty(const char* name) const {
   return numberOf(property(textInterface, name));
 }
 
-AtspiAnswer<std::uint32_t> AtspiObject::role() const {
-  auto reply = ask(accessibleInterface, "GetRole", nullptr, "(u)");
-  if (!reply.value) return {reply.error, 0};
-  guint32 role = 0;
-  g_variant_get(reply.value.get(), "(u)", &role);
-  return {AccessibilityError::success, role};
-}
+AtspiAnswer<std::uint32_t> AtspiObject::role() const { return roleOf(bus_->call(roleCall(), deadline_)); }
+
+AtspiCall AtspiObject::roleCall() const { return makeCall(accessibleInterface, "GetRole", nullptr, "(u)"); }
 
 AtspiCall AtspiObject::statesCall() const {
   return makeCall(accessibleInterface, "GetState", nullptr, "(au)");
@@ -143,14 +146,18 @@ AtspiAnswer<AtspiInterfaces> AtspiObject::interfaces() const {
   return interfacesOf(ask(accessibleInterface, "GetInterfaces", nullptr, "(as)"));
 }
 
-AtspiAnswer<std::pair<AtspiStates, AtspiInterfaces>> AtspiObject::statesAndInterfaces() const {
+AtspiAnswer<AtspiNature> AtspiObject::nature() const {
   std::vector<AtspiCall> calls;
+  calls.push_back(roleCall());
   calls.push_back(statesCall());
   calls.push_back(makeCall(accessibleInterface, "GetInterfaces", nullptr, "(as)"));
   auto replies = bus_->callAll(std::move(calls), deadline_);
-  auto states = statesOf(replies[0]);
-  auto interfaces = interfacesOf(replies[1]);
-  return {states ? interfaces.error : states.error, {states.value, interfaces.value}};
+  auto role = roleOf(replies[0]);
+  auto states = statesOf(replies[1]);
+  auto interfaces = interfacesOf(replies[2]);
+  AtspiAnswer<AtspiNature> answer{role.error, {role.value, states.value, interfaces.value}};
+  if (answer) answer.error = states ? interfaces.error : states.error;
+  return answer;
 }
 
 AtspiAnswer<AtspiAddress> AtspiObject::parent() const {

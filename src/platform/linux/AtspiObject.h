@@ -37,6 +37,13 @@ struct AtspiInterfaces {
   bool document = false;
 };
 
+/// What an object is, as far as it matters to whoever writes into it.
+struct AtspiNature {
+  std::uint32_t role = 0;
+  AtspiStates states;
+  AtspiInterfaces interfaces;
+};
+
 /// A range of a text in the toolkit's own units.
 struct AtspiRange {
   int start = 0;
@@ -62,8 +69,8 @@ class AtspiObject {
   AtspiAnswer<std::uint32_t> role() const;
   AtspiAnswer<AtspiStates> states() const;
   AtspiAnswer<AtspiInterfaces> interfaces() const;
-  /// Both in one round trip.
-  AtspiAnswer<std::pair<AtspiStates, AtspiInterfaces>> statesAndInterfaces() const;
+  /// All three in one round trip.
+  AtspiAnswer<AtspiNature> nature() const;
   AtspiAnswer<AtspiAddress> parent() const;
   AtspiAnswer<std::vector<AtspiAddress>> children() const;
   /// The objects that this one embeds, as a browser's window does the page that it shows.
@@ -80,6 +87,7 @@ class AtspiObject {
   AtspiAnswer<bool> deleteText(AtspiRange range) const;
   AtspiAnswer<bool> insertText(int position, const std::string& utf8, int length) const;
 
+  AtspiCall roleCall() const;
   AtspiCall statesCall() const;
   AtspiCall childrenCall() const;
   AtspiCall attributesCall() const;
