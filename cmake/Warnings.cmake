@@ -10,3 +10,6 @@ if(PELL_SANITIZE)
   add_compile_options(-fsanitize=${PELL_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
   add_link_options(-fsanitize=${PELL_SANITIZE})
 endif()
+
+# Packages name more libraries than we call, and each one that is loaded costs start-up time and memory.
+add_link_options(-Wl,--as-needed)

@@ -4,12 +4,14 @@
 
 #include "pipeline/DictationPhase.h"
 #include "platform/Services.h"
+#include "platform/Workspace.h"
 
 namespace pell {
 
 AppDelegate::AppDelegate(const Platform& platform)
     : main_(platform.main),
       clock_(platform.clock),
+      workspace_(platform.workspace),
       log_(platform.log),
       config_(platform.build, platform.locations, platform.defaults),
       settings_(platform.defaults, platform.loginItem, log_),
@@ -75,9 +77,7 @@ void AppDelegate::installCallbacks() {
           if (!alive.expired() && sessionLost) sessionLost(outcome);
         });
       });
-  dictation_.onPhaseChanged = [this] {
-    if (updatePanelVisibility) updatePanelVisibility("phase");
-  };
+  dictation_.onPhaseChanged = [this] { updatePanelVisibility("phase"); };
   hotKeys_.onShortTap = [this] {
     if (onShortTap) onShortTap();
   };
@@ -106,7 +106,17 @@ void AppDelegate::observePanelState() {
 void AppDelegate::poll() {
   armHotKeys();
   if (syncPermissions) syncPermissions(permissions_.hasMicrophone(), permissions_.hasAccessibility());
-  if (updatePanelVisibility) updatePanelVisibility("poll");
+  updatePanelVisibility("poll");
+}
+
+void AppDelegate::updatePanelVisibility(std::string_view trigger) {
+  if (!applyPanel) return;
+  PanelContext context = modelPanelContext ? modelPanelContext() : PanelContext{};
+  context.floatingPanelEnabled = settings_.showFloatingPanel;
+  context.dictationBarEnabled = settings_.showDictationBar;
+  context.isIdle = std::holds_alternative<phase::Idle>(dictation_.phase());
+  context.pellIsActive = workspace_.isSelfActive();
+  applyPanel(context, trigger);
 }
 
 void AppDelegate::armHotKeys() {

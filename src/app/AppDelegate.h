@@ -13,6 +13,7 @@
 #include "async/TaskScope.h"
 #include "pipeline/DictationController.h"
 #include "pipeline/HotKeyMonitor.h"
+#include "pipeline/PanelContext.h"
 #include "pipeline/Recorder.h"
 #include "pipeline/SecureInput.h"
 #include "pipeline/TextInjector.h"
@@ -51,8 +52,10 @@ class AppDelegate {
   std::function<Task<void>(std::string action)> reportAction;
   /// The permissions as the poll finds them; called at every poll.
   std::function<void(bool hasMicrophone, bool hasAccessibility)> syncPermissions;
-  /// The floating panel may have to change. `trigger` ("phase" or "poll") is for its log.
-  std::function<void(std::string_view trigger)> updatePanelVisibility;
+  /// What the application model knows of the floating panel's context: coaching, screen and section.
+  std::function<PanelContext()> modelPanelContext;
+  /// Carries out what the context asks of the floating panel. `trigger` ("phase" or "poll") is for its log.
+  std::function<void(const PanelContext& context, std::string_view trigger)> applyPanel;
   /// A lone short tap of the trigger key.
   std::function<void()> onShortTap;
   /// A request found no usable session.
@@ -91,11 +94,13 @@ class AppDelegate {
   void installCallbacks();
   void observePanelState();
   void poll();
+  void updatePanelVisibility(std::string_view trigger);
   void noticeAccessibility(bool granted);
   void cancelEvent();
 
   Executor& main_;
   const WallClock& clock_;
+  const Workspace& workspace_;
   Log log_;
   AppConfig config_;
   AppSettings settings_;

@@ -200,7 +200,10 @@ int runApplication(const std::string& name, const RunCommand& command) {
   auto folder = runtimeFolder();
   if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
   InstanceLock lock(folder / "lock");
-  if (!lock.isHeld()) return activateRunningInstance();
+  if (lock.state() == InstanceLock::State::taken) return activateRunningInstance();
+  if (lock.state() == InstanceLock::State::unavailable) {
+    return fail("the file " + (folder / "lock").string() + " cannot be opened");
+  }
   if (auto reason = whyThereIsNoDisplay()) {
     return fail("there is no display: " + *reason + " ('./dev demo' needs none)");
   }

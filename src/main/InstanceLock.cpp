@@ -37,7 +37,8 @@ std::filesystem::path runtimeFolder() {
 
 InstanceLock::InstanceLock(const std::filesystem::path& file)
     : descriptor_(::open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600)) {
-  held_ = descriptor_ >= 0 && ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0;
+  if (descriptor_ < 0) return;
+  state_ = ::flock(descriptor_, LOCK_EX | LOCK_NB) == 0 ? State::held : State::taken;
 }
 
 InstanceLock::~InstanceLock() {

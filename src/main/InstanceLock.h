@@ -19,12 +19,16 @@ class InstanceLock {
   InstanceLock(const InstanceLock&) = delete;
   InstanceLock& operator=(const InstanceLock&) = delete;
 
-  /// False when another process holds it.
-  bool isHeld() const { return held_; }
+  enum class State {
+    held,
+    taken,        // another process holds it
+    unavailable,  // the file cannot be opened
+  };
+  State state() const { return state_; }
 
  private:
   int descriptor_ = -1;
-  bool held_ = false;
+  State state_ = State::unavailable;
 };
 
 }  // namespace pell

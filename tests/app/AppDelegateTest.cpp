@@ -178,13 +178,22 @@ TEST_F(AppDelegateTest, PollsPermissionsAndThePanel) {
   delegate->syncPermissions = [&](bool microphone, bool accessibility) {
     seen.push_back(std::string(microphone ? "mic " : "no mic ") + (accessibility ? "ax" : "no ax"));
   };
-  delegate->updatePanelVisibility = [&](std::string_view trigger) { seen.emplace_back(trigger); };
+  delegate->modelPanelContext = [] { return PanelContext{.screenIsReady = true}; };
+  std::vector<PanelContext> contexts;
+  delegate->applyPanel = [&](const PanelContext& context, std::string_view trigger) {
+    seen.emplace_back(trigger);
+    contexts.push_back(context);
+  };
   poll();
   desk.audio.status = MicrophoneAuthorization::denied;
   desk.desktop.trusted = false;
   poll();
   delegate->dictation().begin();
   EXPECT_THAT(seen, ElementsAre("mic ax", "poll", "no mic no ax", "poll", "phase"));
+  EXPECT_EQ(contexts.back(), (PanelContext{.floatingPanelEnabled = true,
+                                           .dictationBarEnabled = true,
+                                           .isIdle = false,
+                                           .screenIsReady = true}));
 }
 
 TEST_F(AppDelegateTest, TerminationSavesAndGivesTheClipboardBack) {

@@ -73,13 +73,15 @@ TEST_F(ControlTest, ASocketLeftByACrashIsTakenOver) {
 }
 
 TEST_F(ControlTest, TheLockIsHeldByOneAtATime) {
+  using State = InstanceLock::State;
   auto file = folder.path() / "lock";
   {
     InstanceLock first(file);
-    EXPECT_TRUE(first.isHeld());
-    EXPECT_FALSE(InstanceLock(file).isHeld());
+    EXPECT_EQ(first.state(), State::held);
+    EXPECT_EQ(InstanceLock(file).state(), State::taken);
   }
-  EXPECT_TRUE(InstanceLock(file).isHeld());
+  EXPECT_EQ(InstanceLock(file).state(), State::held);
+  EXPECT_EQ(InstanceLock(folder.path()).state(), State::unavailable);
 }
 
 }  // namespace
