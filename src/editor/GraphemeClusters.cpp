@@ -1,6 +1,8 @@
 #include "editor/GraphemeClusters.h"
 
+#include <algorithm>
 #include <array>
+#include <limits>
 #include <stdexcept>
 #include <unicode/brkiter.h>
 #include <unicode/locid.h>
@@ -160,11 +162,12 @@ std::size_t endOfHardStretch(std::string_view text, std::size_t at) {
   return at;
 }
 
-/// How many bytes from `at` on are ASCII and no carriage return, in whole blocks.
-std::size_t simpleRun(std::string_view text, std::size_t at) {
+/// How many bytes from `at` on, of `limit` at most, are ASCII and no carriage return; in whole blocks.
+std::size_t simpleRun(std::string_view text, std::size_t at, std::uint64_t limit) {
   constexpr std::size_t block = 32;
+  const std::size_t end = at + std::min<std::uint64_t>(limit, text.size() - at);
   const std::size_t begin = at;
-  for (; at + block <= text.size(); at += block) {
+  for (; at + block <= end; at += block) {
     unsigned char different = 0;
     for (std::size_t index = 0; index < block; ++index) {
       const auto byte = static_cast<unsigned char>(text[at + index]);
@@ -204,12 +207,6 @@ class GraphemeClusters::Segmenter {
     return static_cast<std::size_t>(end - std::exchange(begin_, end));
   }
 
-  std::int64_t countRest() {
-    std::int64_t count = 0;
-    while (clusters_->next() != icu::BreakIterator::DONE) ++count;
-    return count;
-  }
-
  private:
   std::unique_ptr<icu::BreakIterator> clusters_;
   UText view_ = UTEXT_INITIALIZER;
@@ -241,35 +238,32 @@ std::string_view GraphemeClusters::next() {
   return text_.substr(begin, at_ - begin);
 }
 
-std::int64_t GraphemeClusters::countRest() {
-  const Table& kinds = table();
-  std::int64_t count = 0;
-  while (at_ < text_.size()) {
-    if (std::size_t run = simpleRun(text_, at_)) {
+std::int64_t GraphemeClusters::skip(std::int64_t limit) {
+  std::int64_t skipped = 0;
+  while (skipped < limit && at_ < text_.size()) {
+    const auto wanted = static_cast<std::uint64_t>(limit - skipped);
+    if (std::size_t run = at_ >= hardStretchEnd_ ? simpleRun(text_, at_, wanted) : 0) {
       // What follows the run may join its last character.
       if (at_ + run < text_.size()) --run;
-      count += static_cast<std::int64_t>(run);
       at_ += run;
-      if (at_ == text_.size()) break;
-    }
-    if (const std::size_t end = endByTable(kinds, text_, at_); end != cannotTell) {
-      at_ = end;
-      ++count;
+      skipped += static_cast<std::int64_t>(run);
     } else {
-      openHardStretch();
-      count += segmenter_->countRest();
-      at_ = hardStretchEnd_;
+      at_ = endOfNext();
+      ++skipped;
     }
   }
-  return count;
+  return skipped;
 }
 
-std::int64_t GraphemeClusters::count(std::string_view utf8) { return GraphemeClusters(utf8).countRest(); }
+std::int64_t GraphemeClusters::count(std::string_view utf8) {
+  return GraphemeClusters(utf8).skip(std::numeric_limits<std::int64_t>::max());
+}
 
 std::string_view GraphemeClusters::prefix(std::string_view utf8, std::int64_t limit) {
+  // A character has one byte at least.
+  if (std::cmp_less_equal(utf8.size(), limit)) return utf8;
   GraphemeClusters clusters(utf8);
-  while (limit-- > 0 && !clusters.next().empty()) {
-  }
+  clusters.skip(limit);
   return utf8.substr(0, clusters.at_);
 }
 

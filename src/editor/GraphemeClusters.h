@@ -36,7 +36,7 @@ class GraphemeClusters {
 
   std::size_t endOfNext();
   void openHardStretch();
-  std::int64_t countRest();
+  std::int64_t skip(std::int64_t limit);
 
   std::string_view text_;
   std::size_t at_ = 0;              // where the next cluster begins

@@ -26,12 +26,8 @@ std::string_view takeLine(std::string_view& rest) {
   return {};
 }
 
-/// `text` if it has at most `limit` characters, else its beginning with the ellipsis.
-std::string cut(std::string_view text, std::int64_t limit) {
-  // A character has one byte at least.
-  if (text.size() <= static_cast<std::size_t>(limit)) return std::string(text);
-  const std::string_view beginning = GraphemeClusters::prefix(text, limit);
-  if (beginning.size() == text.size()) return std::string(text);
+/// A text of which only `beginning` is shown.
+std::string cutAfter(std::string_view beginning) {
   return std::string(trimmedLine(beginning)).append(NoteFormatting::ellipsis);
 }
 
@@ -45,7 +41,9 @@ const icu::number::LocalizedNumberFormatter& countFormatter() {
 
 std::string NoteFormatting::title(std::string_view text) {
   const std::string_view line = takeLine(text);
-  return line.empty() ? std::string(defaultTitle) : cut(line, titleLimit);
+  if (line.empty()) return std::string(defaultTitle);
+  const std::string_view beginning = GraphemeClusters::prefix(line, titleLimit);
+  return beginning.size() < line.size() ? cutAfter(beginning) : std::string(line);
 }
 
 std::string NoteFormatting::preview(std::string_view text) {
@@ -56,9 +54,10 @@ std::string NoteFormatting::preview(std::string_view text) {
   for (auto line = takeLine(text); !line.empty(); line = takeLine(text)) {
     if (!joined.empty()) joined += ' ';
     joined += GraphemeClusters::prefix(line, enough);
-    if (joined.size() >= enough && GraphemeClusters::count(joined) > previewLimit) break;
+    const std::string_view beginning = GraphemeClusters::prefix(joined, previewLimit);
+    if (beginning.size() < joined.size()) return cutAfter(beginning);
   }
-  return joined.empty() ? std::string(noPreview) : cut(joined, previewLimit);
+  return joined.empty() ? std::string(noPreview) : joined;
 }
 
 int NoteFormatting::daysBetween(Date later, Date earlier, const Calendar& calendar) {

@@ -82,6 +82,35 @@ bool isSeparator(std::string_view character) {
   return kindAt(character, 0) != ByteKind::word && endOfSpace(character, 0) > 0;
 }
 
+constexpr std::size_t block = 32;
+
+bool isAsciiSpaceAt(std::string_view text, std::size_t at) {
+  const auto byte = static_cast<unsigned char>(text[at]);
+  return byte == ' ' || static_cast<unsigned char>(byte - '\t') < 5;
+}
+
+/// Whether nothing but ASCII stands from just before `at` to just after a block from there on, so that no
+/// byte of the block has a neighbour to join.
+bool isSimpleBlock(std::string_view text, std::size_t at) {
+  if (at == 0 || at + block >= text.size() || !U8_IS_SINGLE(text[at])) return false;
+  unsigned char bits = 0;
+  for (std::size_t index = 0; index < block + 2; ++index) {
+    bits |= static_cast<unsigned char>(text[at - 1 + index]);
+  }
+  return bits < 0x80;
+}
+
+/// The words that begin in a simple block: bytes of words after white space.
+std::int64_t wordsBegunIn(std::string_view text, std::size_t at) {
+  unsigned char begun = 0;
+  for (std::size_t index = 0; index < block; ++index) {
+    const bool spaceBefore = isAsciiSpaceAt(text, at + index - 1);
+    const bool space = isAsciiSpaceAt(text, at + index);
+    begun += static_cast<unsigned char>(spaceBefore & !space);
+  }
+  return begun;
+}
+
 }  // namespace
 
 std::int64_t TextCounting::words(std::string_view text) {
@@ -89,6 +118,13 @@ std::int64_t TextCounting::words(std::string_view text) {
   std::int64_t words = 0;
   bool inWord = false;
   for (std::size_t at = 0; at < text.size();) {
+    // A blank just before the block may belong to a sign, and so to a word.
+    if (isSimpleBlock(text, at) && inWord != isAsciiSpaceAt(text, at - 1)) {
+      words += wordsBegunIn(text, at);
+      at += block;
+      inWord = !isAsciiSpaceAt(text, at - 1);
+      continue;
+    }
     std::size_t end = at;
     if (kindAt(text, at) != ByteKind::word) end = endOfSeparator(text, at);
     const bool separated = end > at;

@@ -71,6 +71,22 @@ TextStats plainStats(std::string text) {
   return stats;
 }
 
+/// Plain stretches, which are counted in blocks, with something delicate before, between and behind.
+TEST(TextCountingTest, PlainStretchesAsWithIcuAlone) {
+  const std::vector<std::string> pieces{"\u0600 ", " \u0301", "\u0301", "é", "\u00A0", "\r\n", "\u0600"};
+  for (unsigned seed = 1; seed <= 1500; ++seed) {
+    testing::RandomText random(seed);
+    std::string text;
+    for (unsigned stretch = 0; stretch < 4; ++stretch) {
+      for (unsigned length = random.below(80); length > 0; --length) {
+        text += "ab \t\n\x0E"[random.below(6)];
+      }
+      text += pieces[random.below(static_cast<unsigned>(pieces.size()))];
+    }
+    ASSERT_EQ(TextCounting::stats(text), plainStats(text)) << "seed " << seed << ": " << text;
+  }
+}
+
 TEST(TextCountingTest, RandomTextsAsWithIcuAlone) {
   for (unsigned seed = 1; seed <= 4000; ++seed) {
     testing::RandomText random(seed);
