@@ -1,0 +1,215 @@
+// Words against wc -w, characters against ICU alone, and the list of notes against the SQLite library alone.
+// One line each: name, ours, the peer's, and how many times faster ours is. Texts in MB/s, lists in
+// milliseconds; medians, taken in turn.
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fmt/core.h>
+#include <fstream>
+#include <functional>
+#include <random>
+#include <sqlite3.h>
+#include <sstream>
+#include <string>
+#include <string_view>
+#include <unicode/brkiter.h>
+#include <unicode/locid.h>
+#include <unicode/unistr.h>
+#include <unicode/utext.h>
+#include <vector>
+
+#include "editor/TextCounting.h"
+#include "stores/NotesRepository.h"
+
+namespace {
+
+using namespace pell;
+namespace fs = std::filesystem;
+
+constexpr std::size_t textSize = 16'000'000;  // bytes; starting wc takes next to nothing beside it
+constexpr int noteCount = 10'000;
+
+const std::vector<std::string_view> english{
+    "the",     "a",     "of",     "and",    "to",       "harvest", "letter", "morning,", "dictated.", "it's",
+    "meeting", "after", "before", "would",  "quickly",  "because", "people", "window",   "thank",     "you",
+    "river",   "I",     "send",   "please", "tomorrow", "house",   "small",  "question", "answer.",   "12"};
+const std::vector<std::string_view> hindi{
+    "मैं",    "हिंदी",   "में",    "लिखता",   "हूँ।",    "और",   "यह",   "पत्र",  "कल",    "सुबह",
+    "भेजना", "है",      "कृपया", "विद्यालय", "राष्ट्र", "क्षेत्र", "प्रश्न", "उत्तर", "लोग",   "खिड़की",
+    "नमस्ते", "धन्यवाद", "से",    "को",      "का",    "की",   "पर",   "लेकिन", "इसलिए", "स्वतंत्रता"};
+
+std::string prose(const std::vector<std::string_view>& words, std::size_t size) {
+  std::mt19937 random(7);
+  std::string text;
+  while (text.size() < size) {
+    text += words[random() % words.size()];
+    text += random() % 40 == 0 ? '\n' : ' ';
+  }
+  return text;
+}
+
+class Scratch {
+ public:
+  Scratch() {
+    std::string pattern = (fs::temp_directory_path() / "text-bench-XXXXXX").string();
+    if (!mkdtemp(pattern.data())) std::exit(1);
+    path = pattern;
+  }
+  ~Scratch() {
+    std::error_code ignored;
+    fs::remove_all(path, ignored);
+  }
+  fs::path path;
+};
+
+class FixedClock final : public WallClock {
+ public:
+  Date now() const override { return dateFromSeconds(1'750'000'000); }
+};
+
+double seconds(const std::function<void()>& work) {
+  const auto start = std::chrono::steady_clock::now();
+  work();
+  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values) {
+  std::sort(values.begin(), values.end());
+  return values[values.size() / 2];
+}
+
+struct Duel {
+  std::string name;
+  std::function<void()> ours;
+  std::function<void()> peer;
+  std::function<double(double)> figure;  // of seconds
+};
+
+void run(const Duel& duel) {
+  std::vector<double> ours;
+  std::vector<double> peer;
+  duel.ours();
+  duel.peer();
+  for (int round = 0; round < 9; ++round) {
+    if (round % 2 == 0) ours.push_back(seconds(duel.ours));
+    peer.push_back(seconds(duel.peer));
+    if (round % 2 == 1) ours.push_back(seconds(duel.ours));
+  }
+  const double mine = median(ours);
+  const double theirs = median(peer);
+  fmt::print("{} {:.1f} {:.1f} {:.2f}\n", duel.name, duel.figure(mine), duel.figure(theirs), theirs / mine);
+  std::fflush(stdout);
+}
+
+/// Fails the program where the two did not count alike; also keeps the work from being left out.
+void same(std::int64_t ours, std::int64_t peers) {
+  if (ours == peers) return;
+  fmt::print("counted {} and {}\n", ours, peers);
+  std::exit(1);
+}
+
+std::int64_t countWith(icu::BreakIterator& clusters) {
+  std::int64_t count = 0;
+  clusters.first();
+  while (clusters.next() != icu::BreakIterator::DONE) ++count;
+  return count;
+}
+
+void compareText(const std::string& language, const std::string& text, const Scratch& scratch) {
+  const auto perSecond = [&](double time) { return static_cast<double>(text.size()) / time / 1e6; };
+  const fs::path file = scratch.path / (language + ".txt");
+  std::ofstream(file, std::ios::binary) << text;
+  const std::string command =
+      fmt::format("LC_ALL=C.UTF-8 wc -w < {} > {}.words", file.string(), file.string());
+  std::int64_t words = 0;
+  run({.name = "words-" + language,
+       .ours =
+           [&] {
+             std::ostringstream read;
+             read << std::ifstream(file, std::ios::binary).rdbuf();
+             words = TextCounting::words(read.view());
+           },
+       .peer =
+           [&] {
+             if (std::system(command.c_str()) != 0) std::exit(1);
+           },
+       .figure = perSecond});
+  std::int64_t counted = 0;
+  std::ifstream(file.string() + ".words") >> counted;
+  same(words, counted);
+
+  UErrorCode status = U_ZERO_ERROR;
+  const std::unique_ptr<icu::BreakIterator> clusters(
+      icu::BreakIterator::createCharacterInstance(icu::Locale::getRoot(), status));
+  UText* bytes = utext_openUTF8(nullptr, text.data(), static_cast<std::int64_t>(text.size()), &status);
+  std::int64_t characters = 0;
+  const auto ours = [&] { characters = TextCounting::characters(text); };
+  run({.name = "characters-" + language + "-icu-utf8",
+       .ours = ours,
+       .peer =
+           [&] {
+             clusters->setText(bytes, status);
+             same(characters, countWith(*clusters));
+           },
+       .figure = perSecond});
+  // ICU's own encoding, without the time it takes to get there.
+  const auto wide = icu::UnicodeString::fromUTF8(text);
+  run({.name = "characters-" + language + "-icu-utf16",
+       .ours = ours,
+       .peer =
+           [&] {
+             clusters->setText(wide);
+             same(characters, countWith(*clusters));
+           },
+       .figure = perSecond});
+  utext_close(bytes);
+}
+
+std::int64_t readBare(sqlite3* handle) {
+  sqlite3_stmt* statement = nullptr;
+  sqlite3_prepare_v2(handle,
+                     "SELECT id, title, text, created_at, updated_at FROM notes"
+                     " ORDER BY created_at DESC, rowid DESC",
+                     -1, &statement, nullptr);
+  std::int64_t rows = 0;
+  std::vector<std::string> kept;
+  while (sqlite3_step(statement) == SQLITE_ROW) {
+    for (int column = 0; column < 3; ++column) {
+      kept.emplace_back(reinterpret_cast<const char*>(sqlite3_column_text(statement, column)));
+    }
+    ++rows;
+  }
+  sqlite3_finalize(statement);
+  return rows;
+}
+
+void compareList(const Scratch& scratch) {
+  const fs::path file = scratch.path / "notes.db";
+  const FixedClock clock;
+  NotesRepository notes(file, clock);
+  notes.connection().execute("PRAGMA synchronous = OFF; BEGIN");
+  const std::string rtf(4000, 'r');
+  for (int number = 0; number < noteCount; ++number) {
+    std::string text = fmt::format("Note {}{}\n\n", number, number % 10 == 0 ? " 👋🏽" : "");
+    text += prose(number % 3 == 0 ? hindi : english, static_cast<std::size_t>(200 + number % 2000));
+    notes.create(rtf, std::move(text));
+  }
+  notes.connection().execute("COMMIT");
+  sqlite3* bare = nullptr;
+  if (sqlite3_open(file.c_str(), &bare) != SQLITE_OK) std::exit(1);
+  run({.name = "list-of-10000-notes",
+       .ours = [&] { same(static_cast<std::int64_t>(notes.list().size()), noteCount); },
+       .peer = [&] { same(readBare(bare), noteCount); },
+       .figure = [](double time) { return time * 1000; }});
+  sqlite3_close(bare);
+}
+
+}  // namespace
+
+int main() {
+  const Scratch scratch;
+  compareText("english", prose(english, textSize), scratch);
+  compareText("hindi", prose(hindi, textSize), scratch);
+  compareList(scratch);
+}
