@@ -91,6 +91,7 @@ pid_t spawnShell(const std::string& command, const std::string& language, int in
   std::array<char*, 4> arguments = {shell.data(), option.data(), text.data(), nullptr};
   auto variables = environmentFor(language);
   std::vector<char*> environment;
+  environment.reserve(variables.size() + 1);
   for (std::string& variable : variables) environment.push_back(variable.data());
   environment.push_back(nullptr);
   pid_t child = -1;

@@ -223,7 +223,7 @@ struct HttpServer::Callbacks {
     MHD_Response* response =
         MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 4096, &stream, context.get(), &endStream);
     if (!response) return MHD_NO;
-    context.release();  // the response owns it now; endStream frees it
+    static_cast<void>(context.release());  // the response owns it now; endStream frees it
     addHeaders(response, exchange->request.head.id);
     exchange->status = MHD_HTTP_OK;
     const MHD_Result result = MHD_queue_response(exchange->connection, MHD_HTTP_OK, response);
