@@ -22,6 +22,7 @@
 #include "main/LinuxPlatform.h"
 #include "main/SessionCommand.h"
 #include "main/ShutdownWatch.h"
+#include "platform/linux/Heap.h"
 #include "platform/linux/LinuxWords.h"
 #include "platform/linux/SignalWatch.h"
 #include "platform/linux/TimeZoneWatch.h"
@@ -63,8 +64,7 @@ class Application {
         words_(linuxWords()),
         platform_(platform),
         delegate_(platform.record()),
-        window_({.toggle = [this] { delegate_.dictation().toggle(); },
-                 .switchOnAccessibility = [this] { delegate_.permissions().requestAccessibility(); }}),
+        window_([this] { delegate_.permissions().requestAccessibility(); }),
         tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
                                 .cancel = [this] { delegate_.route(HotKeyMonitor::Event::cancel); },
                                 .open = [this] { window_.bringToFront(); },
@@ -197,10 +197,11 @@ class Application {
 }  // namespace
 
 int runApplication(const std::string& name, const RunCommand& command) {
+  keepFreedMemory();
   auto folder = runtimeFolder();
   if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
   InstanceLock lock(folder / "lock");
-  if (lock.state() == InstanceLock::State::taken) return activateRunningInstance();
+  if (lock.state() == InstanceLock::State::taken) return command.hidden ? 0 : activateRunningInstance();
   if (lock.state() == InstanceLock::State::unavailable) {
     return fail("the file " + (folder / "lock").string() + " cannot be opened");
   }

@@ -1,0 +1,14 @@
+#include "platform/linux/Heap.h"
+
+#include <malloc.h>
+
+namespace pell {
+
+void keepFreedMemory() {
+  constexpr int megabyte = 1 << 20;
+  // Setting one ends the library's own adaptation of both.
+  mallopt(M_TRIM_THRESHOLD, megabyte);
+  mallopt(M_MMAP_THRESHOLD, megabyte);
+}
+
+}  // namespace pell
