@@ -1,7 +1,5 @@
 // The history against the same SQL run by the SQLite library alone, in one run and taking turns, so that
-// both meet the same machine. One line each: name, ours, floor, ratio; medians in microseconds.
-#include <algorithm>
-#include <chrono>
+// both meet the same machine.
 #include <cstdlib>
 #include <filesystem>
 #include <fmt/core.h>
@@ -11,6 +9,8 @@
 #include <string_view>
 #include <vector>
 
+#include "bench/support/Figures.h"
+#include "platform/linux/Heap.h"
 #include "stores/Database.h"
 #include "stores/DictationsRepository.h"
 
@@ -113,20 +113,15 @@ class Bare {
 };
 
 double microseconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
+  const Instant start = bench::now();
   work();
-  return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double>& values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-  std::nth_element(values.begin(), middle, values.end());
-  return *middle;
+  return 1000 * bench::millisecondsBetween(start, bench::now());
 }
 
 struct Duel {
   std::string name;
   int rounds;
+  std::string goal;
   std::function<void()> ours;
   std::function<void()> floor;
 };
@@ -134,18 +129,14 @@ struct Duel {
 void run(const Duel& duel) {
   duel.ours();
   duel.floor();
-  std::vector<double> ours;
-  std::vector<double> floor;
+  bench::Samples ours, floor;
   for (int round = 0; round < duel.rounds; ++round) {
     // Whoever comes second finds warm caches: take turns in that as well.
-    if (round % 2 == 0) ours.push_back(microseconds(duel.ours));
-    floor.push_back(microseconds(duel.floor));
-    if (round % 2 == 1) ours.push_back(microseconds(duel.ours));
+    if (round % 2 == 0) ours.add(microseconds(duel.ours));
+    floor.add(microseconds(duel.floor));
+    if (round % 2 == 1) ours.add(microseconds(duel.ours));
   }
-  const double mine = median(ours);
-  const double bare = median(floor);
-  fmt::print("{} {:.1f} {:.1f} {:.2f}\n", duel.name, mine, bare, mine / bare);
-  std::fflush(stdout);
+  bench::printDuel(duel.name, ours, floor, duel.goal);
 }
 
 std::string sentence(int number) {
@@ -175,6 +166,7 @@ void compareWriting(const Scratch& scratch, const WallClock& clock) {
   int floor = 0;
   const Duel writing{.name = "record",
                      .rounds = 400,
+                     .goal = "<= 1.3",
                      .ours = [&] { history.record(dictation(++ours)); },
                      .floor =
                          [&] {
@@ -188,6 +180,7 @@ void compareWriting(const Scratch& scratch, const WallClock& clock) {
   Duel unsynced = writing;
   unsynced.name = "record-without-fsync";
   unsynced.rounds = 5000;
+  unsynced.goal = "";
   run(unsynced);
 }
 
@@ -219,6 +212,7 @@ void compareReading(const Scratch& scratch, const WallClock& clock) {
 
   run({.name = "recent",
        .rounds = 400,
+       .goal = "<= 1.2",
        .ours = [&] { sink += static_cast<std::int64_t>(history.recent().size()); },
        .floor =
            [&] {
@@ -235,6 +229,7 @@ void compareReading(const Scratch& scratch, const WallClock& clock) {
     const std::string pattern = fmt::format("%{}%", word);
     run({.name = name,
          .rounds = 30,
+         .goal = "<= 1.2",
          .ours = [&, query = std::string(
                          word)] { sink += static_cast<std::int64_t>(history.search(query).size()); },
          .floor =
@@ -249,6 +244,7 @@ void compareReading(const Scratch& scratch, const WallClock& clock) {
   const auto nothing = [](sqlite3_stmt*) {};
   run({.name = "statistics",
        .rounds = 20,
+       .goal = "<= 1.2",
        .ours = [&] { sink += history.stats().totalWords; },
        .floor =
            [&] {
@@ -275,8 +271,10 @@ void compareReading(const Scratch& scratch, const WallClock& clock) {
 }  // namespace
 
 int main() {
+  keepFreedMemory();  // as the application does
   const Scratch scratch;
   const FixedClock clock;
+  bench::printHeader("microseconds");
   compareWriting(scratch, clock);
   compareReading(scratch, clock);
 }
