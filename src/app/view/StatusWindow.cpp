@@ -1,12 +1,11 @@
 #include "app/view/StatusWindow.h"
 
-#include <QHBoxLayout>
 #include <QVBoxLayout>
 #include <utility>
 
 namespace pell {
 
-StatusWindow::StatusWindow(Actions actions) {
+StatusWindow::StatusWindow(std::function<void()> switchOnAccessibility) {
   setWindowTitle("Pell");
   setObjectName("pell-main");
   resize(460, 220);
@@ -24,25 +23,16 @@ StatusWindow::StatusWindow(Actions actions) {
   column->addWidget(&detail_);
   column->addStretch();
   column->addWidget(&notice_);
-  auto* buttons = new QHBoxLayout;
-  buttons->addWidget(&toggle_);
-  buttons->addWidget(&accessibility_);
-  buttons->addStretch();
-  column->addLayout(buttons);
+  column->addWidget(&accessibility_, 0, Qt::AlignLeft);
   notice_.hide();
   accessibility_.hide();
-  // Taking the focus by a click would make Pell the target of the dictation that the click starts; the
-  // keyboard still reaches the button.
-  toggle_.setFocusPolicy(Qt::TabFocus);
-  QObject::connect(&toggle_, &QPushButton::clicked, this, [toggle = std::move(actions.toggle)] { toggle(); });
   QObject::connect(&accessibility_, &QPushButton::clicked, this,
-                   [switchOn = std::move(actions.switchOnAccessibility)] { switchOn(); });
+                   [switchOn = std::move(switchOnAccessibility)] { switchOn(); });
 }
 
 void StatusWindow::show(const StatusContent& content) {
   title_.setText(QString::fromStdString(content.title));
   detail_.setText(QString::fromStdString(content.detail));
-  toggle_.setText(QString::fromStdString(content.toggleTitle));
   accessibility_.setVisible(content.offersAccessibility);
 }
 

@@ -10,16 +10,12 @@
 
 namespace pell {
 
-/// The main window in its first, plain form: what the dictation does, who is signed in, a button that starts
-/// and ends a dictation, and one that switches accessibility on where it is off. Closing it hides it; Pell
-/// runs on in the tray.
+/// The main window in its first, plain form: what the dictation does, who is signed in, and a button that
+/// switches accessibility on where it is off. Nothing here starts a dictation: with this window in front
+/// there is no field that the words could go to. Closing it hides it; Pell runs on in the tray.
 class StatusWindow final : public QWidget {
  public:
-  struct Actions {
-    std::function<void()> toggle;
-    std::function<void()> switchOnAccessibility;
-  };
-  explicit StatusWindow(Actions actions);
+  explicit StatusWindow(std::function<void()> switchOnAccessibility);
 
   void show(const StatusContent& content);
 
@@ -32,7 +28,6 @@ class StatusWindow final : public QWidget {
   QLabel title_;
   QLabel detail_;
   QLabel notice_;
-  QPushButton toggle_;
   QPushButton accessibility_{"Switch Accessibility On"};
 };
 
