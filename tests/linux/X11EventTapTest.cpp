@@ -193,6 +193,21 @@ TEST_F(X11EventTapTest, SwallowsTheChordOncePerPressWhateverIsLocked) {
       << "the grab outlived the tap";
 }
 
+TEST_F(X11EventTapTest, TellsTheChordsThatWereOverBeforeItLooked) {
+  auto tap = open(TapMode::active);
+  ASSERT_NE(tap, nullptr);
+  constexpr int taps = 20;
+  for (int turn = 0; turn < taps; ++turn) {
+    for (int key : {xkey::control, xkey::leftAlt, xkey::space}) user_.press(key);
+    for (int key : {xkey::space, xkey::leftAlt, xkey::control}) user_.release(key);
+  }
+  world_.settle();
+  EXPECT_EQ(std::count_if(events_.begin(), events_.end(),
+                          [](const TapEvent& event) { return event.type == TapEventType::keyDown; }),
+            taps);
+  EXPECT_EQ(user_.received(xkey::space), 0);
+}
+
 TEST_F(X11EventTapTest, SaysWhenAnotherProgramHasTheChord) {
   user_.grabChord(xkey::space, xmodifier::control | xmodifier::alt);
   EXPECT_EQ(world_.taps().createTap(TapMode::active, [](const TapEvent&) { return false; }), nullptr);
