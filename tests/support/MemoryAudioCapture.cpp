@@ -31,6 +31,12 @@ class MemoryAudioCapture::Recording final : public AudioRecording {
   }
   double averagePower(int) const override { return power_; }
 
+  /// Like a real one, it reads members of its own after it has told of its end.
+  void fail(const std::string& description) {
+    if (onFailure) onFailure(description);
+    power_ = -160.0;
+  }
+
  private:
   MemoryAudioCapture& capture_;
   std::filesystem::path file_;
@@ -38,6 +44,18 @@ class MemoryAudioCapture::Recording final : public AudioRecording {
   bool metering_ = false;
   double power_ = -160.0;
 };
+
+void MemoryAudioCapture::die(const std::string& description) {
+  for (const auto& weak : states_) {
+    auto state = weak.lock();
+    if (!state || !state->running) continue;
+    state->running = false;
+    time_.main().post([weak, description] {
+      auto still = weak.lock();
+      if (still && still->recording) still->recording->fail(description);
+    });
+  }
+}
 
 AudioOpening MemoryAudioCapture::open(const std::filesystem::path& file, const AudioSettings& asked) {
   if (openFailure) return AudioFailure{*openFailure};

@@ -54,18 +54,7 @@ class MemoryAudioCapture final : public AudioCapture {
   }
 
   /// Every running capture dies by itself.
-  void die(const std::string& description) {
-    for (const auto& weak : states_) {
-      auto state = weak.lock();
-      if (!state || !state->running) continue;
-      state->running = false;
-      time_.main().post([weak, description] {
-        auto still = weak.lock();
-        if (still && still->recording && still->recording->onFailure)
-          still->recording->onFailure(description);
-      });
-    }
-  }
+  void die(const std::string& description);
 
   MicrophoneAuthorization authorization() const override { return status; }
   bool hasDefaultDevice() const override { return hasDevice; }
@@ -82,12 +71,12 @@ class MemoryAudioCapture final : public AudioCapture {
   AudioOpening open(const std::filesystem::path& file, const AudioSettings& asked) override;
 
  private:
+  class Recording;
   struct State {
     bool running = false;
     bool captured = false;
-    AudioRecording* recording = nullptr;
+    Recording* recording = nullptr;
   };
-  class Recording;
 
   VirtualTime& time_;
   std::vector<std::weak_ptr<State>> states_;
