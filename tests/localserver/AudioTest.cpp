@@ -27,7 +27,7 @@ std::string refusalOf(const std::string& file) {
   }
 }
 
-class AudioTest : public testing::Test {
+class AudioTest : public ::testing::Test {
  protected:
   AudioTest() { quietAudioLibrary(); }
 };

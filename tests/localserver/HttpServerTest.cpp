@@ -48,7 +48,7 @@ class TestApplication : public HttpApplication {
   std::latch stopped_{1};
 };
 
-class HttpServerTest : public testing::Test {
+class HttpServerTest : public ::testing::Test {
  protected:
   void start(HttpServer::Limits limits = {}) {
     startCryptography();

@@ -5,15 +5,17 @@
 
 #include "HttpClient.h"
 #include "SoundFile.h"
-#include "TemporaryDirectory.h"
 #include "localserver/Server.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::localserver {
 namespace {
 
+using pell::testing::TemporaryDirectory;
+
 using nlohmann::json;
 
-class ServerTest : public testing::Test {
+class ServerTest : public ::testing::Test {
  protected:
   void start(const std::string& command, const Options& more = {}) {
     Options options = more;
@@ -104,121 +106,48 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
   const auto credentials = [](const json& email, const json& password) {
     return json{{"email", email}, {"password", password}}.dump();
   };
-  const std::string as = "application/json";
-  const std::string reg = "/api/v1/auth/register";
-  const std::string login = "/api/v1/auth/login";
+  const auto to = [](const std::string& path, const std::string& body,
+                     const std::string& type = "application/json") {
+    return Ask{.method = "POST", .path = "/api/v1" + path, .contentType = type, .body = body};
+  };
+  const auto upload = [&](const std::string& type, const std::string& body, const std::string& query = "") {
+    Ask ask = to("/transcribe" + query, body, type);
+    ask.token = token;
+    return ask;
+  };
+  const std::string good = "correct horse";
   struct {
     Ask ask;
     long status;
     const char* code;
   } const rows[] = {
-      {{.path = "/"}, 404, "NOT_FOUND"},
       {{.path = "/api/v1/me/"}, 404, "NOT_FOUND"},
       {{.path = "/api/v1/%00me"}, 404, "NOT_FOUND"},
       {{.method = "PUT", .path = "/api/v1/me"}, 405, "METHOD_NOT_ALLOWED"},
-      {{.path = login}, 405, "METHOD_NOT_ALLOWED"},
       {{.path = "/api/v1/me"}, 401, "UNAUTHORIZED"},
       {{.path = "/api/v1/me", .token = "' or 1=1 --"}, 401, "UNAUTHORIZED"},
-      {{.method = "POST", .path = login, .contentType = "text/plain", .body = "{}"},
-       415,
-       "UNSUPPORTED_MEDIA_TYPE"},
-      {{.method = "POST", .path = login, .contentType = as, .body = ""}, 400, "BAD_REQUEST"},
-      {{.method = "POST", .path = login, .contentType = as, .body = "{"}, 400, "BAD_REQUEST"},
-      {{.method = "POST", .path = login, .contentType = as, .body = "[]"}, 400, "BAD_REQUEST"},
-      {{.method = "POST", .path = login, .contentType = as, .body = std::string(60'000, '[')},
-       400,
-       "BAD_REQUEST"},
-      {{.method = "POST", .path = login, .contentType = as, .body = std::string(70'000, ' ')},
-       413,
-       "PAYLOAD_TOO_LARGE"},
-      {{.method = "POST", .path = login, .contentType = as, .body = credentials("a@b", 5)},
-       400,
-       "BAD_REQUEST"},
-      {{.method = "POST", .path = login, .contentType = as, .body = R"({"email":"a@b"})"},
-       400,
-       "BAD_REQUEST"},
-      {{.method = "POST",
-        .path = reg,
-        .contentType = as,
-        .body = "{\"email\":\"\xff@b\",\"password\":\"correct horse\"}"},
-       400,
-       "BAD_REQUEST"},
-      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("ann", "correct horse")},
-       400,
-       "INVALID_EMAIL"},
-      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("a@b@c", "correct horse")},
-       400,
-       "INVALID_EMAIL"},
-      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("a b@c", "correct horse")},
-       400,
-       "INVALID_EMAIL"},
-      {{.method = "POST",
-        .path = reg,
-        .contentType = as,
-        .body = credentials(std::string(255, 'a') + "@b", "correct horse")},
-       400,
-       "INVALID_EMAIL"},
-      {{.method = "POST", .path = reg, .contentType = as, .body = credentials("b@example.org", "९ chars..")},
-       400,
-       "WEAK_PASSWORD"},
-      {{.method = "POST",
-        .path = reg,
-        .contentType = as,
-        .body = credentials("b@example.org", std::string(2000, 'p'))},
-       400,
-       "WEAK_PASSWORD"},
-      {{.method = "POST",
-        .path = reg,
-        .contentType = as,
-        .body = credentials("ANN@example.org", "correct horse")},
-       409,
-       "EMAIL_UNAVAILABLE"},
-      {{.method = "POST",
-        .path = login,
-        .contentType = as,
-        .body = credentials("ann@example.org", "wrong horse")},
-       401,
-       "INVALID_CREDENTIALS"},
-      {{.method = "POST",
-        .path = login,
-        .contentType = as,
-        .body = credentials("nobody@example.org", "correct horse")},
-       401,
-       "INVALID_CREDENTIALS"},
-      {{.method = "POST",
-        .path = "/api/v1/auth/refresh",
-        .contentType = as,
-        .body = R"({"refreshToken":"x"})"},
-       401,
-       "SESSION_EXPIRED"},
-      {{.method = "POST", .path = "/api/v1/transcribe", .contentType = "audio/mp4"}, 401, "UNAUTHORIZED"},
-      {{.method = "POST", .path = "/api/v1/transcribe", .token = token, .contentType = "video/mp4"},
-       415,
-       "UNSUPPORTED_MEDIA_TYPE"},
-      {{.method = "POST", .path = "/api/v1/transcribe", .token = token, .contentType = "audio/mp4"},
-       422,
-       "BAD_AUDIO"},
-      {{.method = "POST",
-        .path = "/api/v1/transcribe",
-        .token = token,
-        .contentType = "audio/wav",
-        .body = std::string(5000, 'g')},
-       422,
-       "BAD_AUDIO"},
-      {{.method = "POST",
-        .path = "/api/v1/transcribe?language=xx",
-        .token = token,
-        .contentType = "audio/mp4",
-        .body = "x"},
-       400,
-       "UNSUPPORTED_LANGUAGE"},
-      {{.method = "POST",
-        .path = "/api/v1/transcribe?language=en",
-        .token = token,
-        .contentType = "audio/mp4",
-        .body = std::string((25u << 20) + 1, 'x')},
-       413,
-       "PAYLOAD_TOO_LARGE"},
+      {to("/auth/login", "{}", "text/plain"), 415, "UNSUPPORTED_MEDIA_TYPE"},
+      {to("/auth/login", ""), 400, "BAD_REQUEST"},
+      {to("/auth/login", "[]"), 400, "BAD_REQUEST"},
+      {to("/auth/login", std::string(60'000, '[')), 400, "BAD_REQUEST"},
+      {to("/auth/login", std::string(70'000, ' ')), 413, "PAYLOAD_TOO_LARGE"},
+      {to("/auth/login", credentials("a@b", 5)), 400, "BAD_REQUEST"},
+      {to("/auth/register", "{\"email\":\"\xff@b\",\"password\":\"correct horse\"}"), 400, "BAD_REQUEST"},
+      {to("/auth/register", credentials("a@b@c", good)), 400, "INVALID_EMAIL"},
+      {to("/auth/register", credentials("a b@c", good)), 400, "INVALID_EMAIL"},
+      {to("/auth/register", credentials(std::string(255, 'a') + "@b", good)), 400, "INVALID_EMAIL"},
+      {to("/auth/register", credentials("b@example.org", "९ chars..")), 400, "WEAK_PASSWORD"},
+      {to("/auth/register", credentials("b@example.org", std::string(2000, 'p'))), 400, "WEAK_PASSWORD"},
+      {to("/auth/register", credentials("ANN@example.org", good)), 409, "EMAIL_UNAVAILABLE"},
+      {to("/auth/login", credentials("ann@example.org", "wrong horse")), 401, "INVALID_CREDENTIALS"},
+      {to("/auth/login", credentials("nobody@example.org", good)), 401, "INVALID_CREDENTIALS"},
+      {to("/auth/refresh", R"({"refreshToken":"x"})"), 401, "SESSION_EXPIRED"},
+      {to("/transcribe", "", "audio/mp4"), 401, "UNAUTHORIZED"},
+      {upload("video/mp4", ""), 415, "UNSUPPORTED_MEDIA_TYPE"},
+      {upload("audio/mp4", ""), 422, "BAD_AUDIO"},
+      {upload("audio/wav", std::string(5000, 'g')), 422, "BAD_AUDIO"},
+      {upload("audio/mp4", "x", "?language=xx"), 400, "UNSUPPORTED_LANGUAGE"},
+      {upload("audio/mp4", std::string((25u << 20) + 1, 'x'), "?language=en"), 413, "PAYLOAD_TOO_LARGE"},
   };
   for (const auto& [ask, status, code] : rows) {
     const Answer answer = send(server_->port(), ask);

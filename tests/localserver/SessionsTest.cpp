@@ -1,14 +1,17 @@
 // How tokens follow one another, and what happens to a stolen one.
 #include <gtest/gtest.h>
 
-#include "MemoryStorage.h"
 #include "localserver/Secrets.h"
 #include "localserver/Sessions.h"
+#include "localserver/SqliteStorage.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::localserver {
 namespace {
 
-class SessionsTest : public testing::Test {
+using pell::testing::TemporaryDirectory;
+
+class SessionsTest : public ::testing::Test {
  protected:
   SessionsTest() {
     startCryptography();
@@ -21,7 +24,8 @@ class SessionsTest : public testing::Test {
   }
 
   UnixSeconds now_ = 1'700'000'000;
-  MemoryStorage storage_;
+  TemporaryDirectory directory_;
+  SqliteStorage storage_{directory_.path() / "server.db"};
   Sessions sessions_{storage_, [this] { return now_; }};
 };
 

@@ -1,25 +1,21 @@
-// What every storage must do, held against the SQLite one and the one that other tests use.
+// What every storage must do, and what the one in a file does besides.
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 
-#include "MemoryStorage.h"
-#include "TemporaryDirectory.h"
 #include "localserver/SqliteStorage.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::localserver {
 namespace {
 
-struct Kind {
-  std::string name;
-  std::function<std::unique_ptr<Storage>(const std::filesystem::path&)> make;
-};
+using pell::testing::TemporaryDirectory;
 
-class StorageContract : public testing::TestWithParam<Kind> {
+class StorageContract : public ::testing::Test {
  protected:
   TemporaryDirectory directory_;
-  std::unique_ptr<Storage> storage_ = GetParam().make(directory_.path() / "server.db");
+  std::unique_ptr<Storage> storage_ = std::make_unique<SqliteStorage>(directory_.path() / "server.db");
   const UserRecord ann_{.id = "u1", .email = "ann@example.org", .passwordHash = "h", .createdAt = 7};
 
   void signAnnIn(const std::string& session) {
@@ -31,7 +27,7 @@ class StorageContract : public testing::TestWithParam<Kind> {
   }
 };
 
-TEST_P(StorageContract, KeepsUsersWholeAndOnePerAddress) {
+TEST_F(StorageContract, KeepsUsersWholeAndOnePerAddress) {
   UserRecord bob{.id = "u2", .email = "bob@example.org", .passwordHash = "x'; drop table users; --"};
   bob.isAdmin = true;
   bob.emailVerified = false;
@@ -48,7 +44,7 @@ TEST_P(StorageContract, KeepsUsersWholeAndOnePerAddress) {
   EXPECT_EQ(storage_->userByEmail(""), std::nullopt);
 }
 
-TEST_P(StorageContract, RemovingASessionTakesItsTokensAndNoOthers) {
+TEST_F(StorageContract, RemovingASessionTakesItsTokensAndNoOthers) {
   storage_->addUser(ann_);
   for (const std::string session : {"s1", "s2"}) {
     signAnnIn(session);
@@ -64,32 +60,7 @@ TEST_P(StorageContract, RemovingASessionTakesItsTokensAndNoOthers) {
   EXPECT_EQ(storage_->refreshToken("r-s2")->expiresAt, 100);
 }
 
-TEST_P(StorageContract, UsingARefreshTokenReplacesThoseUpToItsGeneration) {
-  storage_->addUser(ann_);
-  signAnnIn("s1");
-  signAnnIn("s2");
-  addRefresh("parent", "s1", 0);
-  addRefresh("token", "s1", 1);
-  addRefresh("sibling", "s1", 1);
-  addRefresh("child", "s1", 2);
-  addRefresh("stranger", "s2", 0);
-  storage_->useRefreshToken(*storage_->refreshToken("token"));
-  struct {
-    const char* hash;
-    bool used;
-    bool replaced;
-  } const rows[] = {{"parent", false, true},
-                    {"token", true, false},
-                    {"sibling", false, true},
-                    {"child", false, false},
-                    {"stranger", false, false}};
-  for (const auto& row : rows) {
-    EXPECT_EQ(storage_->refreshToken(row.hash)->used, row.used) << row.hash;
-    EXPECT_EQ(storage_->refreshToken(row.hash)->replaced, row.replaced) << row.hash;
-  }
-}
-
-TEST_P(StorageContract, ForgetsWhatExpired) {
+TEST_F(StorageContract, ForgetsWhatExpired) {
   storage_->addUser(ann_);
   signAnnIn("old");
   signAnnIn("new");
@@ -104,7 +75,7 @@ TEST_P(StorageContract, ForgetsWhatExpired) {
   EXPECT_TRUE(storage_->session("new"));
 }
 
-TEST_P(StorageContract, CountsUsagePerUserAndMonth) {
+TEST_F(StorageContract, CountsUsagePerUserAndMonth) {
   storage_->addUser(ann_);
   EXPECT_EQ(storage_->usage("u1", "2025-01"), UsageRecord{});
   storage_->addUsage("u1", "2025-01", {.dictations = 1, .words = 2, .characters = 9, .seconds = 1.5});
@@ -116,7 +87,7 @@ TEST_P(StorageContract, CountsUsagePerUserAndMonth) {
   EXPECT_EQ(storage_->usage("u1", "2025-02"), UsageRecord{});
 }
 
-TEST_P(StorageContract, UndoesWhatFailsInTheMiddle) {
+TEST_F(StorageContract, UndoesWhatFailsInTheMiddle) {
   storage_->addUser(ann_);
   const auto failing = [&] {
     storage_->addUsage("u1", "2025-01", {.seconds = 1});
@@ -131,7 +102,7 @@ TEST_P(StorageContract, UndoesWhatFailsInTheMiddle) {
   EXPECT_TRUE(storage_->session("s3"));
 }
 
-TEST_P(StorageContract, LetsNoThreadInBetween) {
+TEST_F(StorageContract, LetsNoThreadInBetween) {
   storage_->addUser(ann_);
   const auto increment = [&] {
     for (int i = 0; i < 50; ++i) {
@@ -147,12 +118,6 @@ TEST_P(StorageContract, LetsNoThreadInBetween) {
   other.join();
   EXPECT_EQ(storage_->usage("u1", "2025-01").seconds, 100);
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    All, StorageContract,
-    testing::Values(Kind{"Sqlite", [](const auto& file) { return std::make_unique<SqliteStorage>(file); }},
-                    Kind{"Memory", [](const auto&) { return std::make_unique<MemoryStorage>(); }}),
-    [](const auto& param) { return param.param.name; });
 
 TEST(SqliteStorage, RemembersAcrossRestartsInAPrivateFile) {
   const TemporaryDirectory directory;

@@ -6,7 +6,6 @@
 #include <unistd.h>
 
 #include "SoundFile.h"
-#include "TemporaryDirectory.h"
 #include "localserver/AudioDecoder.h"
 #include "localserver/CommandTranscriber.h"
 #include "localserver/HttpServer.h"
@@ -14,9 +13,12 @@
 #include "localserver/RemoteTranscriber.h"
 #include "localserver/Secrets.h"
 #include "localserver/SphinxTranscriber.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::localserver {
 namespace {
+
+using pell::testing::TemporaryDirectory;
 
 using std::chrono::milliseconds;
 
@@ -232,7 +234,7 @@ TEST(SphinxTranscriber, AModelThatIsMissingOrDamagedIsExplained) {
     SphinxTranscriber damaged(directory.path(), 2);
     words(damaged, bursts());
   };
-  EXPECT_EXIT(use(), testing::ExitedWithCode(1), "model may be damaged");
+  EXPECT_EXIT(use(), ::testing::ExitedWithCode(1), "model may be damaged");
 }
 
 }  // namespace
