@@ -31,8 +31,9 @@ class FixedClock final : public WallClock {
 class Scratch {
  public:
   Scratch() {
-    // On the disk where a history would lie, not in a file system of memory.
-    std::string pattern = (fs::current_path() / "history-bench-XXXXXX").string();
+    // Beside the program: on a disk, as a history would be, and not in a file system of memory.
+    const fs::path folder = fs::read_symlink("/proc/self/exe").parent_path();
+    std::string pattern = (folder / "history-bench-XXXXXX").string();
     if (!mkdtemp(pattern.data())) std::exit(1);
     path = pattern;
   }
@@ -271,7 +272,7 @@ void compareReading(const Scratch& scratch, const WallClock& clock) {
 }  // namespace
 
 int main() {
-  keepFreedMemory();  // as the application does
+  setHeapLimits();  // as the application does
   const Scratch scratch;
   const FixedClock clock;
   bench::printHeader("microseconds");

@@ -197,7 +197,7 @@ class Application {
 }  // namespace
 
 int runApplication(const std::string& name, const RunCommand& command) {
-  keepFreedMemory();
+  setHeapLimits();
   auto folder = runtimeFolder();
   if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
   InstanceLock lock(folder / "lock");

@@ -4,8 +4,9 @@
 
 namespace pell {
 
-void keepFreedMemory() {
+void setHeapLimits() {
   constexpr int megabyte = 1 << 20;
+  mallopt(M_ARENA_MAX, 2);
   // Setting one ends the library's own adaptation of both.
   mallopt(M_TRIM_THRESHOLD, megabyte);
   mallopt(M_MMAP_THRESHOLD, megabyte);
