@@ -1,7 +1,6 @@
 #include <fstream>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 #include "app/AppDelegate.h"
 #include "support/MemoryPlatform.h"
@@ -37,11 +36,6 @@ class AppDelegateTest : public ::testing::Test {
   template <class P>
   bool phaseIs() {
     return std::holds_alternative<P>(delegate->dictation().phase());
-  }
-
-  void signIn() {
-    desk.secureItems.put(delegate->config().keychainService(), std::string(Keychain::refreshTokenAccount),
-                         "refresh");
   }
 
   MemoryPlatform desk;
@@ -92,20 +86,6 @@ TEST_F(AppDelegateTest, FollowsTheAccessibilityGrant) {
   EXPECT_EQ(desk.log.count("accessibility_changed"), 4u);
 }
 
-TEST_F(AppDelegateTest, LogsEachRunOfArmingFailuresOnce) {
-  desk.taps.available = false;
-  launch();
-  poll(3);
-  EXPECT_EQ(desk.log.count("hotkey_arm_failed"), 1u);
-  desk.taps.available = true;
-  poll();
-  EXPECT_TRUE(delegate->hotKeys().isActive());
-  desk.taps.available = false;
-  delegate->settings().trigger = HotKeyTrigger::holdFn;
-  poll(4);
-  EXPECT_EQ(desk.log.count("hotkey_arm_failed"), 2u);
-}
-
 TEST_F(AppDelegateTest, AChangedTriggerReachesTheMonitorByThePoll) {
   launch();
   delegate->settings().trigger = HotKeyTrigger::toggleControlOptionSpace;
@@ -118,32 +98,6 @@ TEST_F(AppDelegateTest, AChangedTriggerReachesTheMonitorByThePoll) {
   desk.taps.press(keycode::space);
   desk.time.runReady();
   EXPECT_FALSE(phaseIs<phase::Recording>());
-}
-
-TEST_F(AppDelegateTest, AHeldKeyBecomesWordsInTheFieldAndTheHistory) {
-  launch();
-  signIn();
-  desk.http.responder = [](const HttpRequest& request) -> std::optional<MemoryHttpSession::Reply> {
-    std::string body =
-        request.url.ends_with("/refresh")
-            ? R"({"accessToken":"a","refreshToken":"b","expiresIn":3600,
-                  "user":{"id":"1","email":"a@b.c","plan":"free","isAdmin":false}})"
-            : R"({"transcript":"Hello there","paragraphs":["Hello there"],"rawTranscript":"hello there",
-                  "durationSeconds":1.0,"words":2,"characters":11,"language":"en",
-                  "quota":{"minutesPerMonth":60,"usedSeconds":1.0,"remainingSeconds":3599.0,
-                           "allowanceSeconds":3600.0}})";
-    return MemoryHttpSession::Reply{.outcome = HttpResponse{.status = 200, .headers = {}, .body = body},
-                                    .delay = Seconds(0.2)};
-  };
-  hold();
-  EXPECT_TRUE(phaseIs<phase::Transcribing>());
-  desk.time.advance(Seconds(1));
-  EXPECT_EQ(desk.desktop.focus()->text, "Hello there");
-  ASSERT_NE(delegate->history(), nullptr);
-  auto records = delegate->history()->recent();
-  ASSERT_EQ(records.size(), 1u);
-  EXPECT_EQ(records[0].text, "Hello there");
-  EXPECT_EQ(desk.log.text().find("ello there"), std::string::npos);
 }
 
 TEST_F(AppDelegateTest, EscapeGoesToTheCoachingThenToTheMessageThenToTheRecording) {

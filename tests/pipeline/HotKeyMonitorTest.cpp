@@ -219,19 +219,6 @@ TEST_F(HotKeyMonitorTest, StoppingDuringAHoldDeliversNothing) {
   EXPECT_EQ(play("1"), "");
 }
 
-TEST_F(HotKeyMonitorTest, SaysThatTheTapCannotBeMade) {
-  desk.desktop.trusted = false;
-  EXPECT_FALSE(monitor.start(HotKeyTrigger::holdOption));
-  EXPECT_FALSE(monitor.isActive());
-  EXPECT_THAT(desk.log.events(), ElementsAre("WARN hotkey_tap_unavailable"));
-  desk.log.clear();
-  desk.desktop.trusted = true;
-  EXPECT_TRUE(monitor.start(HotKeyTrigger::toggleControlOptionSpace));
-  ASSERT_EQ(desk.log.lines().size(), 1u);
-  EXPECT_EQ(desk.log.lines()[0], nlohmann::json::parse(R"({"level":"INFO","event":"hotkey_started",
-                                      "trigger":"toggleControlOptionSpace","active_tap":true})"));
-}
-
 TEST_F(HotKeyMonitorTest, ReenablesThreeTimesAMinuteAndThenGivesUpForOne) {
   ASSERT_TRUE(monitor.start(HotKeyTrigger::holdFn));
   for (int count = 1; count <= 3; ++count) {
@@ -265,22 +252,6 @@ TEST_F(HotKeyMonitorTest, OldReenablesAreForgotten) {
     desk.taps.disableBySystem();
     desk.time.advance(Seconds(20.1));
     EXPECT_TRUE(monitor.isActive()) << count;
-  }
-}
-
-TEST_F(HotKeyMonitorTest, AnAttemptDuringTheSuspensionSwallowsTheReportOfItsEnd) {
-  ASSERT_TRUE(monitor.start(HotKeyTrigger::holdFn));
-  for (int count = 0; count < 4; ++count) desk.taps.disableBySystem();
-  EXPECT_FALSE(monitor.ensureRunning(HotKeyTrigger::holdFn));
-  desk.time.advance(Seconds(60));
-  EXPECT_TRUE(monitor.ensureRunning(HotKeyTrigger::holdFn));
-  EXPECT_EQ(desk.log.count("hotkey_tap_resumed"), 0u);
-}
-
-TEST(HotKeyTriggerTest, EveryStoredNameGivesItsTriggerAndNoOther) {
-  for (auto trigger : allHotKeyTriggers) EXPECT_EQ(hotKeyTriggerFromRawValue(rawValue(trigger)), trigger);
-  for (const char* unknown : {"", "holdoption", "holdOption ", "HoldFn"}) {
-    EXPECT_EQ(hotKeyTriggerFromRawValue(unknown), std::nullopt) << unknown;
   }
 }
 

@@ -145,18 +145,6 @@ TEST(TextInjectorTest, EmptyTextAndCopyingAskNothingOfTheDesktop) {
   EXPECT_EQ(desk.clipboard(), said) << "it is what the user asked to have there";
 }
 
-TEST(TextInjectorTest, TheAttemptNamesApplicationAndRole) {
-  Desk desk;
-  desk.deliver(Mode::automatic);
-  EXPECT_EQ(desk.logged("ax_insert_attempt", "app"), "org.example.Editor");
-  EXPECT_EQ(desk.logged("ax_insert_attempt", "role"), "AXTextArea");
-
-  desk.platform.desktop.deactivateAll();
-  desk.deliver(Mode::automatic);
-  EXPECT_EQ(desk.logged("ax_insert_attempt", "app"), "unknown");
-  EXPECT_EQ(desk.logged("ax_insert_attempt", "role"), "?");
-}
-
 TEST(TextInjectorTest, WhatIsCopiedIsMarkedForClipboardManagers) {
   Desk desk;
   desk.injector.copyToClipboard(said);
@@ -277,21 +265,6 @@ TEST(TextInjectorTest, StuckModifiersAreReportedOnceAndThePasteIsSent) {
   EXPECT_EQ(desk.logged("paste_modifiers_stuck", "flags"),
             std::to_string(modifier::option | modifier::shift));
   EXPECT_EQ(desk.platform.input.pastes.size(), 1u);
-}
-
-TEST(TextInjectorTest, ThePasteIsLoggedByItsLengthAsAReaderCounts) {
-  struct Case {
-    const char* text;
-    int characters;
-  };
-  for (const Case& row : {Case{"plain", 5}, Case{"e\u0301te\u0301", 3}, Case{"👩‍👩‍👧🇩🇪", 2},
-                          Case{"a\r\nb", 3}, Case{"नमन", 3}, Case{"\xFF", 1}}) {
-    SCOPED_TRACE(row.text);
-    Desk desk;
-    desk.deliver(Mode::paste, row.text);
-    EXPECT_EQ(desk.logged("paste_posted", "characters"), std::to_string(row.characters));
-    EXPECT_EQ(desk.logged("paste_posted", "tap"), "hid");
-  }
 }
 
 TEST(TextInjectorTest, ALineBreakNeverReachesATerminal) {

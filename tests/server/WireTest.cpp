@@ -18,9 +18,9 @@ Json fullResult() {
   })");
 }
 
-bool reads(const Json& json) {
+bool reads(const std::string& text) {
   try {
-    decodeWire<TranscriptionResult>(json.dump());
+    decodeWire<TranscriptionResult>(text);
     return true;
   } catch (const WireMismatch&) {
     return false;
@@ -58,26 +58,15 @@ TEST(WireTest, ResultReadsWholeAndWithoutItsOptionalKeys) {
 }
 
 TEST(WireTest, MissingOrNullRequiredKeysAreRefused) {
-  const auto refusesWithout = [](const std::vector<std::string>& path, const std::string& key) {
-    Json missing = fullResult();
-    Json null = fullResult();
-    Json* place = &missing;
-    Json* other = &null;
-    for (const auto& step : path) {
-      place = &(*place)[step];
-      other = &(*other)[step];
-    }
-    place->erase(key);
-    (*other)[key] = nullptr;
-    EXPECT_FALSE(reads(missing)) << key;
-    EXPECT_FALSE(reads(null)) << key;
-  };
-  for (const char* key : {"transcript", "paragraphs", "rawTranscript", "durationSeconds", "words",
-                          "characters", "language", "quota"}) {
-    refusesWithout({}, key);
-  }
-  for (const char* key : {"minutesPerMonth", "usedSeconds", "remainingSeconds", "allowanceSeconds"}) {
-    refusesWithout({"quota"}, key);
+  for (const char* path : {"/transcript", "/paragraphs", "/rawTranscript", "/durationSeconds", "/words",
+                           "/characters", "/language", "/quota", "/quota/minutesPerMonth",
+                           "/quota/usedSeconds", "/quota/remainingSeconds", "/quota/allowanceSeconds"}) {
+    const Json::json_pointer place(path);
+    Json json = fullResult();
+    json[place] = nullptr;
+    EXPECT_FALSE(reads(json.dump())) << path;
+    json[place.parent_pointer()].erase(place.back());
+    EXPECT_FALSE(reads(json.dump())) << path;
   }
 }
 
@@ -91,37 +80,26 @@ TEST(WireTest, TypesAreHeldTo) {
       {"words", "1.5", false},
       {"words", "60.0", true},
       {"words", "6e1", true},
-      {"words", "-1", true},
       {"words", "9223372036854775807", true},
       {"words", "9223372036854775808", false},
-      {"words", "-9223372036854775809", false},
       {"words", "1e300", false},
       {"words", "\"1\"", false},
       {"words", "true", false},
       {"durationSeconds", "3", true},
       {"durationSeconds", "\"3\"", false},
-      {"durationSeconds", "false", false},
       {"confidence", "\"high\"", false},
       {"transcript", "7", false},
       {"paragraphs", "\"text\"", false},
       {"paragraphs", "[\"a\", 1]", false},
-      {"paragraphs", "[\"a\", null]", false},
       {"unlocked", "{}", false},
       {"quota", "[]", false},
-      {"quota", "\"full\"", false},
   };
   for (const Case& c : cases) {
     Json json = fullResult();
     json[c.key] = "@";
     std::string text = json.dump();
     text.replace(text.find("\"@\""), 3, c.value);
-    bool fits = true;
-    try {
-      decodeWire<TranscriptionResult>(text);
-    } catch (const WireMismatch&) {
-      fits = false;
-    }
-    EXPECT_EQ(fits, c.fits) << c.key << " = " << c.value;
+    EXPECT_EQ(reads(text), c.fits) << c.key << " = " << c.value;
   }
 }
 

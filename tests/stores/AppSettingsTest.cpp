@@ -16,20 +16,6 @@ class AppSettingsTest : public ::testing::Test {
   Log log{sink};
 };
 
-TEST_F(AppSettingsTest, FreshInstall) {
-  const AppSettings settings(defaults, loginItem, log);
-  EXPECT_EQ(settings.language.get(), "multi");
-  EXPECT_EQ(settings.trigger.get(), HotKeyTrigger::holdOption);
-  EXPECT_EQ(settings.injectionMode.get(), InjectionMode::automatic);
-  EXPECT_TRUE(settings.showFloatingPanel && settings.showDictationBar && settings.playSounds &&
-              settings.contextAwareStyles);
-  EXPECT_FALSE(settings.contextAwareBrowserHost);
-  EXPECT_EQ(defaults.value<DefaultsDictionary>("appStyleRules"), StyleSeeds::appStyleRules());
-  EXPECT_EQ(defaults.value<DefaultsDictionary>("hostStyleRules"), StyleSeeds::hostStyleRules());
-  EXPECT_EQ(defaults.value<bool>("styleRulesSeeded"), true);
-  EXPECT_EQ(defaults.value<std::int64_t>("styleRulesSeedVersion"), 5);
-}
-
 TEST_F(AppSettingsTest, RulesAreSeededOnce) {
   // Rules that were there before the first seeding are the user's.
   defaults.set("appStyleRules", DefaultsDictionary{{"com.apple.Notes", "mine"}});

@@ -158,17 +158,6 @@ TEST_F(DictationsRepositoryTest, StatisticsByApplicationAndInTotal) {
   EXPECT_EQ(history.stats(3).byApp, stats.byApp);
 }
 
-TEST_F(DictationsRepositoryTest, EmptyHistoryHasNinetyDaysOfZeros) {
-  const auto calendar = *Calendar::inTimeZone("Europe/Berlin");
-  const auto stats = history.stats(90, calendar);
-  ASSERT_EQ(stats.daily.size(), 90u);
-  EXPECT_EQ(stats.daily.back().day, calendar.startOfDay(time.now()));
-  EXPECT_EQ(stats.daily.front().day, calendar.addingDays(calendar.startOfDay(time.now()), -89));
-  for (const auto& row : stats.daily) EXPECT_EQ(row.words + row.dictations, 0);
-  EXPECT_EQ(stats.totalDictations, 0);
-  EXPECT_EQ(stats.totalSeconds, 0);
-}
-
 TEST_F(DictationsRepositoryTest, DaysAreThoseOfTheTimeZone) {
   // 2024-03-31 is the day of 23 hours in Berlin. Each text is dictated at this hour of UTC.
   const Date midnight = dateFromSeconds(1'711'843'200);  // 2024-03-31T00:00Z
