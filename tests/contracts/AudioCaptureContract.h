@@ -79,19 +79,6 @@ TEST_P(AudioCaptureContract, TellsLoudFromSilent) {
   recording->stop();
 }
 
-TEST_P(AudioCaptureContract, RecordsOneAfterTheOther) {
-  world().hearTone();
-  for (int round = 0; round < 3; ++round) {
-    auto file = world().newFile();
-    auto recording = open(file);
-    ASSERT_NE(recording, nullptr);
-    ASSERT_TRUE(recording->record());
-    ASSERT_TRUE(world().waitUntil([&] { return level(*recording) > -60; }));
-    recording->stop();
-    EXPECT_TRUE(world().playable(file)) << round;
-  }
-}
-
 TEST_P(AudioCaptureContract, LetsGoOfTheMicrophoneWhenDropped) {
   auto recording = open(world().newFile());
   ASSERT_NE(recording, nullptr);

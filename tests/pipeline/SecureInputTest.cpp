@@ -72,14 +72,6 @@ TEST(SecureInputTest, RefusesWhatTakesSecretsAndNothingElse) {
   }
 }
 
-TEST(SecureInputTest, AsksNothingOfOthersWhileSecureEntryIsOn) {
-  MemoryPlatform desk;
-  desk.desktop.launchEditor();
-  desk.secureEntry.enabled = true;
-  SecureInput(desk.secureEntry, desk.accessibility).current();
-  EXPECT_EQ(desk.accessibility.systemWideCalls, 0);
-}
-
 TEST(SecureInputTest, IsBoundedWhenAnApplicationHangs) {
   struct Case {
     Seconds system;

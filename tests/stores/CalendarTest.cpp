@@ -27,14 +27,6 @@ TEST(CalendarTest, DaysBeginWhereTheZoneBeginsThem) {
   }
 }
 
-TEST(CalendarTest, AddedDaysKeepTheTimeOfDay) {
-  const auto berlin = *Calendar::inTimeZone("Europe/Berlin");
-  const Date start = dateFromSeconds(1'711'753'200);  // 2024-03-30T00:00+01:00
-  EXPECT_EQ(berlin.addingDays(start, 1), start + Seconds(86400));
-  EXPECT_EQ(berlin.addingDays(start, 2), start + Seconds(86400 + 82800));
-  EXPECT_EQ(berlin.addingDays(start, -366), dateFromSeconds(1'680'127'200));  // over a leap day
-}
-
 TEST(CalendarTest, UnknownZonesAndDatesOutOfRange) {
   EXPECT_FALSE(Calendar::inTimeZone("Middle-earth/Shire").has_value());
   const auto utc = *Calendar::inTimeZone("UTC");

@@ -67,12 +67,7 @@ TEST_F(NotesRepositoryTest, UnknownIds) {
   EXPECT_FALSE(notes.update("nobody", "rtf", "text"));
   EXPECT_FALSE(notes.remove("nobody"));
   EXPECT_TRUE(notes.list().empty());
-}
-
-TEST_F(NotesRepositoryTest, AnEmptyNoteIsANote) {
-  const Note empty = notes.create("", "");
-  EXPECT_EQ(notes.note(empty.id), empty);
-  EXPECT_EQ(notes.list().front().preview, "No additional text");
+  EXPECT_THROW(NotesRepository(directory.path(), time), Database::Failure) << "a folder is no database";
 }
 
 TEST_F(NotesRepositoryTest, ARemovedNoteLeavesItsDictations) {
@@ -85,13 +80,6 @@ TEST_F(NotesRepositoryTest, ARemovedNoteLeavesItsDictations) {
   EXPECT_FALSE(notes.remove(note.id));
   EXPECT_THAT(titles(), ElementsAre(kept.title));
   EXPECT_EQ(history.recent().front().savedNoteID, note.id);
-}
-
-TEST_F(NotesRepositoryTest, AFailureIsTold) {
-  notes.connection().execute("DROP TABLE notes");
-  EXPECT_THROW(notes.list(), Database::Failure);
-  EXPECT_THROW(notes.create("", "lost?"), Database::Failure);
-  EXPECT_THROW(NotesRepository(directory.path(), time), Database::Failure);  // a folder is no database
 }
 
 }  // namespace
