@@ -61,43 +61,25 @@ PELL_INSTANTIATE_CONTRACT(X11, WorkspaceContract, WorkspaceWorld, X11WorkspaceWo
 
 TEST(X11WorkspaceTest, DescribesTheWindowInFront) {
   X11WorkspaceWorld world;
+  constexpr auto plain = PasteStyle::controlV;
   struct Case {
     XClient::Appearance window;
-    std::string identifier, name;
+    std::string identifier;
     bool rejectsText;
     PasteStyle paste;
   };
-  for (const auto& [window, identifier, name, rejectsText, paste] :
-       {Case{{.instance = "code", .className = "Code"},
-             "com.microsoft.VSCode",
-             "Code",
-             true,
-             PasteStyle::controlV},
-        Case{{.instance = "google-chrome (/tmp/profile)", .className = "Google-chrome"},
-             "com.google.Chrome",
-             "Google-chrome",
-             true,
-             PasteStyle::controlV},
-        Case{{.instance = "Navigator", .className = "Some-fork"},
-             "Some-fork",
-             "Some-fork",
-             true,
-             PasteStyle::controlV},
-        Case{{.instance = "xterm", .className = "XTerm"},
-             "debian-xterm",
-             "XTerm",
-             false,
-             PasteStyle::shiftInsert},
-        Case{{.instance = "konsole", .className = "konsole"},
-             "konsole",
-             "konsole",
-             false,
-             PasteStyle::controlShiftV},
-        Case{{.instance = "odd", .className = "Odd", .applicationId = "org.example.Odd"},
-             "org.example.Odd",
-             "Odd",
-             false,
-             PasteStyle::controlV}}) {
+  const std::vector<Case> cases{
+      {{.instance = "code", .className = "Code"}, "com.microsoft.VSCode", true, plain},
+      {{.instance = "google-chrome (/tmp/p)", .className = "Google-chrome"},
+       "com.google.Chrome",
+       true,
+       plain},
+      {{.instance = "Navigator", .className = "Some-fork"}, "Some-fork", true, plain},
+      {{.instance = "xterm", .className = "XTerm"}, "debian-xterm", false, PasteStyle::shiftInsert},
+      {{.instance = "konsole", .className = "konsole"}, "konsole", false, PasteStyle::controlShiftV},
+      {{.instance = "o", .className = "O", .applicationId = "org.example.O"}, "org.example.O", false, plain},
+  };
+  for (const auto& [window, identifier, rejectsText, paste] : cases) {
     SCOPED_TRACE(window.className);
     auto& workspace = static_cast<X11Workspace&>(world.workspace());
     auto opened = world.user.openWindow(window);
@@ -106,7 +88,7 @@ TEST(X11WorkspaceTest, DescribesTheWindowInFront) {
       return front && front->bundleIdentifier == identifier;
     })) << workspace.frontmostApplication()->bundleIdentifier.value_or("none");
     auto front = workspace.frontmostApplication();
-    if (identifier != "debian-xterm") EXPECT_EQ(front->localizedName, name);
+    if (identifier != "debian-xterm") EXPECT_EQ(front->localizedName, window.className);
     EXPECT_EQ(front->rejectsAccessibilityText, rejectsText);
     EXPECT_EQ(workspace.pasteStyle(), paste);
     world.user.close(opened);

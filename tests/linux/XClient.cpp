@@ -75,19 +75,6 @@ bool XClient::isActive(unsigned long window) {
   return focus == window && activeWindow(*connection_) == window;
 }
 
-std::string XClient::activeTitle() {
-  Atom type = 0;
-  int format = 0;
-  unsigned long count = 0, left = 0;
-  unsigned char* data = nullptr;
-  constexpr long longest = 65536;
-  XGetWindowProperty(connection_->display(), activeWindow(*connection_), connection_->atom("_NET_WM_NAME"), 0,
-                     longest, False, AnyPropertyType, &type, &format, &count, &left, &data);
-  std::string title = data ? std::string(reinterpret_cast<char*>(data), count) : "";
-  if (data) XFree(data);
-  return title;
-}
-
 void XClient::press(int key) {
   XTestFakeKeyEvent(connection_->display(), static_cast<unsigned>(key), True, CurrentTime);
   XSync(connection_->display(), False);

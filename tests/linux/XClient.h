@@ -37,7 +37,6 @@ class XClient {
   void activate(unsigned long window);
   void close(unsigned long window);
   bool isActive(unsigned long window);
-  std::string activeTitle();
 
   void press(int key);
   void release(int key);
