@@ -50,7 +50,7 @@ bool callKeyring(const std::string& method, const std::vector<std::string>& pass
                  g_variant_builder_end(&arguments)) != nullptr;
 }
 
-const std::string ordinaryPassword = "\n";  // what the private desktop was opened with
+const std::string ordinaryPassword = "keyring";  // what the private desktop opens it with
 const std::string typedPassword = "typed";
 
 void unlockKeyring() {

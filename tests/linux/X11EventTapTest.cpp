@@ -187,10 +187,13 @@ TEST_F(X11EventTapTest, TellsTheChordsThatWereOverBeforeItLooked) {
     for (int key : {xkey::control, xkey::leftAlt, xkey::space}) user_.press(key);
     for (int key : {xkey::space, xkey::leftAlt, xkey::control}) user_.release(key);
   }
+  auto told = [&] {
+    return std::count_if(events_.begin(), events_.end(),
+                         [](const TapEvent& event) { return event.type == TapEventType::keyDown; });
+  };
+  EXPECT_TRUE(world_.waitUntil([&] { return told() >= taps; })) << told();
   world_.settle();
-  EXPECT_EQ(std::count_if(events_.begin(), events_.end(),
-                          [](const TapEvent& event) { return event.type == TapEventType::keyDown; }),
-            taps);
+  EXPECT_EQ(told(), taps);
   EXPECT_EQ(user_.received(xkey::space), 0);
 }
 
