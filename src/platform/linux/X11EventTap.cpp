@@ -5,6 +5,7 @@
 #include <X11/extensions/XInput2.h>
 #include <X11/extensions/XTest.h>
 #include <X11/keysym.h>
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
@@ -96,10 +97,14 @@ class TapThread {
   unsigned long activeWindow_ = 0;
   int mask_ = 0;
   bool maskIsSpare_ = true;
-  int maskEventsDue_ = 0;                    // of a mask key that the user may press too
-  int chordKey_ = 0;                         // 0 while nothing is grabbed
-  std::vector<unsigned long> chordPresses_;  // when the chord's key went down, of those not told yet
-  X11Loop loop_;                             // last: its thread uses all of the above
+  int maskEventsDue_ = 0;  // of a mask key that the user may press too
+  int chordKey_ = 0;       // 0 while nothing is grabbed
+  struct SpacePress {
+    unsigned long time;  // the server's, in milliseconds
+    bool isChord;        // as far as the modifiers are known
+  };
+  std::vector<SpacePress> chordPresses_;  // of the chord's key, those not told yet
+  X11Loop loop_;                          // last: its thread uses all of the above
 };
 
 void TapThread::select() {
@@ -218,7 +223,7 @@ void TapThread::onRawEvent(const XIRawEvent& event) {
   }
   if (event.detail == chordKey_) {
     if (chordPresses_.size() == mostPresses) chordPresses_.erase(chordPresses_.begin());
-    chordPresses_.push_back(event.time);
+    chordPresses_.push_back({event.time, (tracker_->flags() & chordMask) == chordFlags});
   }
   auto change = tracker_->press(event.detail);
   // The chord's own space comes from the grab, which alone says that it was swallowed.
@@ -255,13 +260,19 @@ void TapThread::onGrabberEvent(XEvent& event) {
     XNextEvent(listener_->display(), &earlier);
     onListenerEvent(earlier);
   }
-  auto told = std::erase_if(chordPresses_, [&](unsigned long press) {
-    return static_cast<std::int32_t>(event.xkey.time - press) >= 0;  // the server's clock runs over
+  // The server counts in milliseconds: several presses of one instant are told with the first grab event.
+  std::ptrdiff_t chords = 0;
+  auto told = std::erase_if(chordPresses_, [&](const SpacePress& press) {
+    const bool isDue = static_cast<std::int32_t>(event.xkey.time - press.time) >= 0;  // the clock runs over
+    chords += isDue && press.isChord;
+    return isDue;
   });
   if (told == 0) return;
-  deliver_({.type = TapEventType::keyDown,
-            .keyCode = keycode::space,
-            .flags = tracker_->flags() | keymap_->flags(event.xkey.state)});
+  for (auto left = std::max<std::ptrdiff_t>(chords, 1); left > 0; --left) {
+    deliver_({.type = TapEventType::keyDown,
+              .keyCode = keycode::space,
+              .flags = tracker_->flags() | keymap_->flags(event.xkey.state)});
+  }
 }
 
 class X11EventTap final : public EventTap {
