@@ -36,6 +36,34 @@ std::optional<std::string> jsonText(const nlohmann::json& object) {
   }
 }
 
+/// For the calls that make no sense without their body.
+std::string requiredJsonText(const nlohmann::json& object) {
+  auto text = jsonText(object);
+  if (!text) throw ApiFailure::malformedResponse();
+  return *std::move(text);
+}
+
+constexpr const char* achievementsPath = "/api/v1/me/achievements";
+constexpr const char* preferencesPath = "/api/v1/me/preferences";
+
+// Replies of one field.
+struct Unlocked {
+  std::vector<std::string> unlocked;
+};
+struct CleanupEnabled {
+  bool cleanupEnabled = false;
+};
+struct CleanupPromptVersion {
+  std::optional<std::string> cleanupPromptVersion;
+};
+void decode(const WireObject& object, Unlocked& reply) { object.required("unlocked", reply.unlocked); }
+void decode(const WireObject& object, CleanupEnabled& reply) {
+  object.required("cleanupEnabled", reply.cleanupEnabled);
+}
+void decode(const WireObject& object, CleanupPromptVersion& reply) {
+  object.optional("cleanupPromptVersion", reply.cleanupPromptVersion);
+}
+
 std::string percentEncoded(std::string_view text) {
   constexpr std::string_view kept = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_.";
   std::string encoded;
@@ -85,6 +113,34 @@ Task<void> ApiClient::signOut() { return scope_.call(endSession()); }
 
 Task<std::optional<Account>> ApiClient::account() { return scope_.call(restore()); }
 
+Task<void> ApiClient::deleteAccount() { return scope_.call(erase()); }
+
+Task<void> ApiClient::requestPasswordReset(std::string email) {
+  return scope_.call(askForReset(std::move(email)));
+}
+
+Task<void> ApiClient::resendVerification() { return scope_.call(askForVerification()); }
+
+Task<UsageStats> ApiClient::usage() { return scope_.call(get<UsageStats>("/api/v1/me/usage")); }
+
+Task<AchievementShelf> ApiClient::achievements() {
+  return scope_.call(get<AchievementShelf>(achievementsPath));
+}
+
+Task<std::vector<std::string>> ApiClient::reportAchievement(std::string milestone) {
+  return scope_.call(report(std::move(milestone)));
+}
+
+Task<CleanupStyleCatalogue> ApiClient::cleanupStyles() {
+  return scope_.call(get<CleanupStyleCatalogue>("/api/v1/cleanup-styles"));
+}
+
+Task<bool> ApiClient::setCleanupEnabled(bool enabled) { return scope_.call(storeCleanupEnabled(enabled)); }
+
+Task<std::optional<std::string>> ApiClient::setCleanupPromptVersion(std::optional<std::string> style) {
+  return scope_.call(storeCleanupPromptVersion(std::move(style)));
+}
+
 // Their bodies.
 
 Task<Keychain::ReadOutcome> ApiClient::readOutcome() { co_return lastRefreshTokenRead_; }
@@ -95,8 +151,7 @@ Task<TranscriptionResult> ApiClient::upload(Upload recording) {
             .body = std::move(recording.audio),
             .contentType = std::move(recording.contentType)};
   if (recording.style && isUtf8(*recording.style)) call.path += "&style=" + percentEncoded(*recording.style);
-  const std::string reply = co_await request(std::move(call));
-  co_return decoded<TranscriptionResult>(reply);
+  co_return co_await exchange<TranscriptionResult>(std::move(call));
 }
 
 Task<AccountSummary> ApiClient::openSession(std::string path, std::string email, std::string password) {
@@ -106,8 +161,7 @@ Task<AccountSummary> ApiClient::openSession(std::string path, std::string email,
             .body = jsonText(credentials),
             .contentType = std::string(jsonContentType),
             .authenticated = false};
-  const std::string reply = co_await request(std::move(call));
-  const auto session = decoded<Session>(reply);
+  const auto session = co_await exchange<Session>(std::move(call));
   store(session);
   co_return session.user;
 }
@@ -118,8 +172,7 @@ Task<void> ApiClient::endSession() {
   } catch (const Failure&) {
     // Signed out here all the same.
   }
-  forgetAccessToken();
-  keychain_.remove(std::string(Keychain::refreshTokenAccount));
+  forgetSession();
 }
 
 Task<std::optional<Account>> ApiClient::restore() {
@@ -128,13 +181,62 @@ Task<std::optional<Account>> ApiClient::restore() {
   co_return co_await get<std::optional<Account>>("/api/v1/me");
 }
 
+Task<void> ApiClient::erase() {
+  Call call{.path = "/api/v1/me", .method = "DELETE"};
+  co_await request(std::move(call));
+  forgetSession();
+}
+
+Task<void> ApiClient::askForReset(std::string email) {
+  const nlohmann::json body{{"email", std::move(email)}};
+  co_await postRaw("/api/v1/auth/password/reset-request", requiredJsonText(body), false);
+}
+
+Task<void> ApiClient::askForVerification() {
+  co_await postRaw("/api/v1/me/email/verify/resend", std::nullopt, true);
+}
+
+Task<std::vector<std::string>> ApiClient::report(std::string milestone) {
+  const nlohmann::json body{{"milestone", std::move(milestone)}};
+  const std::string reply = co_await postRaw(achievementsPath, requiredJsonText(body), true);
+  co_return decoded<Unlocked>(reply).unlocked;
+}
+
+Task<bool> ApiClient::storeCleanupEnabled(bool enabled) {
+  const nlohmann::json body{{"cleanupEnabled", enabled}};
+  const auto stored = co_await patch<CleanupEnabled>(preferencesPath, requiredJsonText(body));
+  co_return stored.cleanupEnabled;
+}
+
+Task<std::optional<std::string>> ApiClient::storeCleanupPromptVersion(std::optional<std::string> style) {
+  // A null clears the choice; a missing key would change nothing.
+  nlohmann::json body{{"cleanupPromptVersion", nullptr}};
+  if (style) body["cleanupPromptVersion"] = *std::move(style);
+  auto stored = co_await patch<CleanupPromptVersion>(preferencesPath, requiredJsonText(body));
+  co_return std::move(stored.cleanupPromptVersion);
+}
+
 // Requests.
+
+template <class Reply>
+Task<Reply> ApiClient::exchange(Call call) {
+  const std::string reply = co_await request(std::move(call));
+  co_return decoded<Reply>(reply);
+}
 
 template <class Reply>
 Task<Reply> ApiClient::get(std::string path) {
   Call call{.path = std::move(path)};
-  const std::string reply = co_await request(std::move(call));
-  co_return decoded<Reply>(reply);
+  co_return co_await exchange<Reply>(std::move(call));
+}
+
+template <class Reply>
+Task<Reply> ApiClient::patch(std::string path, std::string body) {
+  Call call{.path = std::move(path),
+            .method = "PATCH",
+            .body = std::move(body),
+            .contentType = std::string(jsonContentType)};
+  co_return co_await exchange<Reply>(std::move(call));
 }
 
 Task<std::string> ApiClient::postRaw(std::string path, std::optional<std::string> body, bool authenticated) {
@@ -232,15 +334,13 @@ Task<ApiClient::Token> ApiClient::performRefresh() {
             .contentType = std::string(jsonContentType),
             .authenticated = false};
   try {
-    const std::string reply = co_await request(std::move(call));
-    store(decoded<Session>(reply));
+    store(co_await exchange<Session>(std::move(call)));
     co_return accessToken_;
   } catch (const Failure& failure) {
     const auto* api = std::get_if<Failure::Api>(&failure.content());
     if (!api || api->status != 401) throw;
   }
-  forgetAccessToken();
-  keychain_.remove(item);
+  forgetSession();
   co_return std::nullopt;
 }
 
@@ -253,6 +353,11 @@ void ApiClient::store(const Session& session) {
 void ApiClient::forgetAccessToken() {
   accessToken_.reset();
   accessTokenExpiry_.reset();
+}
+
+void ApiClient::forgetSession() {
+  forgetAccessToken();
+  keychain_.remove(std::string(Keychain::refreshTokenAccount));
 }
 
 }  // namespace pell

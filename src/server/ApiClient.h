@@ -16,6 +16,7 @@
 #include "server/Records.h"
 #include "stores/AppConfig.h"
 #include "stores/Keychain.h"
+#include "styles/DictationStyle.h"
 
 namespace pell {
 
@@ -69,6 +70,24 @@ class ApiClient {
   /// says that there is no account.
   Task<std::optional<Account>> account();
 
+  /// Once it succeeds the session is forgotten; a failure keeps it.
+  Task<void> deleteAccount();
+
+  Task<void> requestPasswordReset(std::string email);
+  Task<void> resendVerification();
+
+  Task<UsageStats> usage();
+  Task<AchievementShelf> achievements();
+
+  /// Gives the identifiers that this unlocked.
+  Task<std::vector<std::string>> reportAchievement(std::string milestone);
+
+  Task<CleanupStyleCatalogue> cleanupStyles();
+
+  /// Both give the value that the server stored. An absent style clears the account's choice.
+  Task<bool> setCleanupEnabled(bool enabled);
+  Task<std::optional<std::string>> setCleanupPromptVersion(std::optional<std::string> style);
+
  private:
   struct Call {
     std::string path;
@@ -81,7 +100,11 @@ class ApiClient {
 
   Task<std::string> request(Call call);
   template <class Reply>
+  Task<Reply> exchange(Call call);
+  template <class Reply>
   Task<Reply> get(std::string path);
+  template <class Reply>
+  Task<Reply> patch(std::string path, std::string body);
   Task<std::string> postRaw(std::string path, std::optional<std::string> body, bool authenticated);
   Task<Token> ensureAccessToken();
   Task<void> refresh();
@@ -89,6 +112,7 @@ class ApiClient {
   Token freshToken() const;
   void store(const Session& session);
   void forgetAccessToken();
+  void forgetSession();
   [[noreturn]] void refuse(const HttpResponse& response, bool authenticated);
 
   Task<Keychain::ReadOutcome> readOutcome();
@@ -96,6 +120,12 @@ class ApiClient {
   Task<AccountSummary> openSession(std::string path, std::string email, std::string password);
   Task<void> endSession();
   Task<std::optional<Account>> restore();
+  Task<void> erase();
+  Task<void> askForReset(std::string email);
+  Task<void> askForVerification();
+  Task<std::vector<std::string>> report(std::string milestone);
+  Task<bool> storeCleanupEnabled(bool enabled);
+  Task<std::optional<std::string>> storeCleanupPromptVersion(std::optional<std::string> style);
 
   HttpSession& http_;
   Keychain& keychain_;

@@ -58,6 +58,56 @@ void decode(const WireObject& object, Account::Plan& plan) {
   object.required("minutesPerMonth", plan.minutesPerMonth);
 }
 
+void decode(const WireObject& object, UsageWindow& window) {
+  object.required("dictations", window.dictations);
+  object.required("words", window.words);
+  object.required("characters", window.characters);
+  object.required("seconds", window.seconds);
+}
+
+void decode(const WireObject& object, UsageQuota& quota) {
+  object.required("minutesPerMonth", quota.minutesPerMonth);
+  object.required("allowanceSeconds", quota.allowanceSeconds);
+  object.required("remainingSeconds", quota.remainingSeconds);
+}
+
+void decode(const WireObject& object, UsageStats& stats) {
+  object.required("lifetime", stats.lifetime);
+  object.required("period", stats.period);
+  object.required("quota", stats.quota);
+  object.required("plan", stats.plan);
+}
+
+void decode(const WireObject& object, UsageStats::Period& period) {
+  object.required("start", period.start);
+  object.required("end", period.end);
+  object.required("dictations", period.dictations);
+  object.required("words", period.words);
+  object.required("characters", period.characters);
+  object.required("seconds", period.seconds);
+}
+
+void decode(const WireObject& object, UsageStats::PlanRef& plan) {
+  object.required("id", plan.id);
+  object.required("displayName", plan.displayName);
+}
+
+void decode(const WireObject& object, AchievementItem& item) {
+  object.required("id", item.id);
+  object.required("title", item.title);
+  object.required("blurb", item.blurb);
+  object.required("icon", item.icon);
+  object.required("threshold", item.threshold);
+  object.optional("unlockedAt", item.unlockedAt);
+}
+
+void decode(const WireObject& object, AchievementShelf& shelf) {
+  object.required("badges", shelf.badges);
+  object.required("actions", shelf.actions);
+  object.required("timeMilestones", shelf.timeMilestones);
+  object.required("progress", shelf.progress);
+}
+
 void decode(const WireObject& object, ApiErrorBody& body) {
   object.required("error", body.error);
   object.required("code", body.code);
