@@ -17,6 +17,7 @@ Platform withServer(const Platform& real, HttpSession& server) {
           .build = real.build,
           .locations = real.locations,
           .words = real.words,
+          .localeOfDates = real.localeOfDates,
           .log = real.log,
           .defaults = real.defaults,
           .eventTaps = real.eventTaps,

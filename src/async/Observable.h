@@ -61,11 +61,12 @@ class Observable {
     return *this;
   }
 
-  Subscription subscribe(std::function<void()> listener) { return listeners_.add(std::move(listener)); }
+  /// Subscribing changes nothing of the value: whoever may read it may listen.
+  Subscription subscribe(std::function<void()> listener) const { return listeners_.add(std::move(listener)); }
 
  private:
   T value_;
-  Listeners listeners_;
+  mutable Listeners listeners_;
 };
 
 }  // namespace pell

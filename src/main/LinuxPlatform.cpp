@@ -4,6 +4,7 @@
 
 #include "main/Essentials.h"
 #include "platform/linux/LinuxWords.h"
+#include "platform/portable/DateLocale.h"
 #include "platform/portable/ThreadExecutor.h"
 
 namespace pell {
@@ -59,6 +60,7 @@ Platform LinuxPlatform::record() {
           .build = essentials_.build(),
           .locations = essentials_.locations().locations(),
           .words = linuxWords(),
+          .localeOfDates = localeOfDates(),
           .log = essentials_.logSink(),
           .defaults = essentials_.defaults(),
           .eventTaps = eventTaps_,

@@ -1,6 +1,8 @@
 // Everything that the logic asks of its platform, in one record.
 #pragma once
 
+#include <string>
+
 #include "async/Executor.h"
 #include "platform/BuildInfo.h"
 #include "platform/Words.h"
@@ -31,6 +33,7 @@ struct Platform {
   BuildInfo build;
   Locations locations;
   Words words;
+  std::string localeOfDates;  // as ICU names it; decides how dates are written
   LogSink& log;
   UserDefaults& defaults;
   EventTapService& eventTaps;

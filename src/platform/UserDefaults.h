@@ -8,6 +8,7 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 namespace pell {
 
@@ -16,10 +17,12 @@ struct DefaultsData {
   bool operator==(const DefaultsData&) const = default;
 };
 
+using DefaultsList = std::vector<std::string>;
 using DefaultsDictionary = std::map<std::string, std::string>;
 
 /// A stored value. Types are kept apart: what was written as an integer is no boolean.
-using DefaultsValue = std::variant<bool, std::int64_t, double, std::string, DefaultsData, DefaultsDictionary>;
+using DefaultsValue =
+    std::variant<bool, std::int64_t, double, std::string, DefaultsData, DefaultsList, DefaultsDictionary>;
 
 /// Typed values under text keys, written through at every change. Main thread, but `get` of a single
 /// key, which may be called from anywhere. Nothing here fails: what cannot be written is logged by the

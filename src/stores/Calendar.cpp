@@ -77,4 +77,6 @@ std::optional<int> Calendar::year(Date date) const {
 
 const icu::TimeZone& Calendar::timeZone() const { return *zone_->zone; }
 
+bool Calendar::operator==(const Calendar& other) const { return timeZone() == other.timeZone(); }
+
 }  // namespace pell

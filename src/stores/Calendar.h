@@ -38,6 +38,9 @@ class Calendar {
 
   const icu::TimeZone& timeZone() const;
 
+  /// Equal where the zones are.
+  bool operator==(const Calendar& other) const;
+
  private:
   struct Zone;
   explicit Calendar(std::shared_ptr<const Zone> zone);

@@ -113,17 +113,20 @@ DictationRecord DictationsRepository::record(NewDictation dictation) {
                                       textOrNull(record.rawText),
                                       textOrNull(record.promptVersionTitle)};
   std::lock_guard turn(queue_);
+  ++revision_;
   database_.run(insertSql, parameters);
   return record;
 }
 
 void DictationsRepository::setDelivery(const std::string& id, DictationRecord::Delivery delivery) {
   std::lock_guard turn(queue_);
+  ++revision_;
   database_.run("UPDATE dictations SET delivery = ? WHERE id = ?", {std::string(rawValue(delivery)), id});
 }
 
 void DictationsRepository::setSavedNote(const std::string& id, const std::string& noteID) {
   std::lock_guard turn(queue_);
+  ++revision_;
   database_.run("UPDATE dictations SET saved_note_id = ? WHERE id = ?", {noteID, id});
 }
 
@@ -145,11 +148,13 @@ std::vector<DictationRecord> DictationsRepository::search(std::string_view query
 
 bool DictationsRepository::remove(const std::string& id) {
   std::lock_guard turn(queue_);
+  ++revision_;
   return database_.runCountingChanges("DELETE FROM dictations WHERE id = ?", {id}) > 0;
 }
 
 void DictationsRepository::deleteAll() {
   std::lock_guard turn(queue_);
+  ++revision_;
   database_.run("DELETE FROM dictations");
 }
 

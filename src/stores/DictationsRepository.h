@@ -1,6 +1,7 @@
 // The history of dictations, kept on this machine alone.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <optional>
@@ -54,6 +55,10 @@ class DictationsRepository {
   bool remove(const std::string& id);
   void deleteAll();
 
+  /// Moves whenever one of the operations above may have changed a row, so that what was worked out from
+  /// the rows can be kept until then.
+  std::uint64_t revision() const { return revision_; }
+
   struct AppRow {
     std::string app;
     std::string bundleID;
@@ -93,6 +98,7 @@ class DictationsRepository {
   Database& database_;
   const WallClock& clock_;
   std::mutex queue_;
+  std::atomic<std::uint64_t> revision_ = 0;
 };
 
 }  // namespace pell

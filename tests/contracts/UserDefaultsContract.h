@@ -34,6 +34,8 @@ TEST_P(UserDefaultsContract, KeepsValuesAndTheirTypesOverARestart) {
       {"text.unicode", std::string("héllo \"हिन्दी\"\n\t\\ 🎙")},
       {"data.empty", DefaultsData{}},
       {"data.bytes", DefaultsData{std::string("\x00\xFF\xC3(\n", 5)}},
+      {"list.empty", DefaultsList{}},
+      {"list.some", DefaultsList{"Work", "", "$data"}},
       {"map.empty", DefaultsDictionary{}},
       {"map.some", DefaultsDictionary{{"org.example.Mail", "formal"}, {"a \"b\"", ""}}},
       {"key with \"quotes\" / हि", std::int64_t{7}},

@@ -64,6 +64,7 @@ class MemoryPlatform {
             .build = build,
             .locations = {.applicationSupport = support(), .scratch = scratch()},
             .words = words(),
+            .localeOfDates = "en_US",
             .log = log,
             .defaults = defaults,
             .eventTaps = taps,

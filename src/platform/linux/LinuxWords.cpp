@@ -30,6 +30,17 @@ constexpr std::array wordings{
                  "switch Pell on.",
                  "Pell needs microphone access. Let it record in your desktop's sound or privacy settings "
                  "and try again."},
+
+    // why a saved sign-in is gone
+    LinuxWording{
+        "macOS was still asking permission for Pell's keychain item, so your saved sign-in could not be "
+        "read. Sign in to continue.",
+        "Your keyring was still locked, so your saved sign-in could not be read. Sign in to continue."},
+    LinuxWording{
+        "macOS would not let Pell read your saved sign-in, so it has been removed. Sign in again, and "
+        "choose Always Allow if macOS asks.",
+        "Your keyring would not let Pell read your saved sign-in, so it has been removed. Sign in again, "
+        "and unlock the keyring if it asks."},
 };
 
 }  // namespace

@@ -43,6 +43,15 @@ std::optional<DefaultsValue> decodeObject(const Json& object) {
   return dictionary;
 }
 
+std::optional<DefaultsValue> decodeArray(const Json& array) {
+  DefaultsList list;
+  for (const auto& text : array) {
+    if (!text.is_string()) return std::nullopt;
+    list.push_back(text.get<std::string>());
+  }
+  return list;
+}
+
 std::optional<DefaultsValue> decode(const Json& value) {
   switch (value.type()) {
     case Json::value_t::boolean:
@@ -58,6 +67,8 @@ std::optional<DefaultsValue> decode(const Json& value) {
       return value.get<std::int64_t>();
     case Json::value_t::string:
       return value.get<std::string>();
+    case Json::value_t::array:
+      return decodeArray(value);
     case Json::value_t::object:
       return decodeObject(value);
     default:
