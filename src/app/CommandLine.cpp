@@ -22,6 +22,10 @@ Usage:
   pell dictate ACTION          steer the running Pell: begin, finish, toggle or cancel
   pell history [--search TEXT] [--limit N] [--json]
                                print the newest dictations kept on this computer
+  pell history export --format json|csv
+                               write out all of them
+  pell account | styles | usage | badges [--json]
+                               print what the server has of your account
   pell --help | --version
 
 The password is asked for on the terminal; where standard input is no terminal,
@@ -36,6 +40,30 @@ constexpr std::array<std::pair<DictateAction, std::string_view>, 4> actions{{
     {DictateAction::toggle, "toggle"},
     {DictateAction::cancel, "cancel"},
 }};
+
+constexpr std::array<std::pair<AccountPage, std::string_view>, 4> pages{{
+    {AccountPage::account, "account"},
+    {AccountPage::styles, "styles"},
+    {AccountPage::usage, "usage"},
+    {AccountPage::badges, "badges"},
+}};
+
+template <class Value, std::size_t count>
+std::string_view wordOf(const std::array<std::pair<Value, std::string_view>, count>& table, Value wanted) {
+  for (const auto& [value, text] : table) {
+    if (value == wanted) return text;
+  }
+  return "";
+}
+
+template <class Value, std::size_t count>
+std::optional<Value> valueOf(const std::array<std::pair<Value, std::string_view>, count>& table,
+                             std::string_view wanted) {
+  for (const auto& [value, text] : table) {
+    if (text == wanted) return value;
+  }
+  return std::nullopt;
+}
 
 UsageError unknown(std::string_view argument) { return {fmt::format("unknown argument '{}'", argument)}; }
 
@@ -66,7 +94,23 @@ std::optional<int> parseLimit(std::string_view text) {
   return value;
 }
 
+Command parseExport(Arguments rest) {
+  if (rest.size() != 2 || rest[0] != "--format")
+    return UsageError{"history export takes --format json or --format csv"};
+  if (rest[1] == "json") return HistoryExportCommand{ExportFormat::json};
+  if (rest[1] == "csv") return HistoryExportCommand{ExportFormat::csv};
+  return UsageError{fmt::format("'{}' is neither json nor csv", rest[1])};
+}
+
+Command parseAccount(AccountPage page, Arguments rest) {
+  if (rest.empty()) return AccountCommand{.page = page};
+  if (rest[0] != "--json") return unknown(rest[0]);
+  if (rest.size() > 1) return unknown(rest[1]);
+  return AccountCommand{.page = page, .json = true};
+}
+
 Command parseHistory(Arguments rest) {
+  if (!rest.empty() && rest[0] == "export") return parseExport(rest.subspan(1));
   HistoryCommand command;
   for (std::size_t i = 0; i < rest.size(); ++i) {
     const std::string& option = rest[i];
@@ -96,6 +140,7 @@ Command parseCommandLine(Arguments arguments, std::string_view version) {
   if (first == "dictate") return parseDictate(rest);
   if (first == "register" || first == "sign-in") return parseSignIn(rest, first == "register");
   if (first == "history") return parseHistory(rest);
+  if (auto page = accountPage(first)) return parseAccount(*page, rest);
   if (!rest.empty()) return unknown(rest[0]);
   if (first == "--hidden") return RunCommand{.hidden = true};
   if (first == "sign-out") return SignOutCommand{};
@@ -104,18 +149,10 @@ Command parseCommandLine(Arguments arguments, std::string_view version) {
   return unknown(first);
 }
 
-std::string_view word(DictateAction action) {
-  for (const auto& [candidate, text] : actions) {
-    if (candidate == action) return text;
-  }
-  return "";
-}
+std::string_view word(DictateAction action) { return wordOf(actions, action); }
+std::optional<DictateAction> dictateAction(std::string_view text) { return valueOf(actions, text); }
 
-std::optional<DictateAction> dictateAction(std::string_view text) {
-  for (const auto& [action, candidate] : actions) {
-    if (candidate == text) return action;
-  }
-  return std::nullopt;
-}
+std::string_view word(AccountPage page) { return wordOf(pages, page); }
+std::optional<AccountPage> accountPage(std::string_view text) { return valueOf(pages, text); }
 
 }  // namespace pell

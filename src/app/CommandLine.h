@@ -7,6 +7,8 @@
 #include <string_view>
 #include <variant>
 
+#include "app/HistoryExport.h"
+
 namespace pell {
 
 /// Start the application, or bring the running one forward.
@@ -41,6 +43,20 @@ struct HistoryCommand {
   bool operator==(const HistoryCommand&) const = default;
 };
 
+/// Write the whole history to standard output.
+struct HistoryExportCommand {
+  ExportFormat format = ExportFormat::json;
+  bool operator==(const HistoryExportCommand&) const = default;
+};
+
+/// Print what the account has on the server.
+enum class AccountPage { account, styles, usage, badges };
+struct AccountCommand {
+  AccountPage page = AccountPage::account;
+  bool json = false;
+  bool operator==(const AccountCommand&) const = default;
+};
+
 /// Print `text` on standard output and leave with 0.
 struct PrintCommand {
   std::string text;
@@ -54,7 +70,7 @@ struct UsageError {
 };
 
 using Command = std::variant<RunCommand, DictateCommand, SignInCommand, SignOutCommand, HistoryCommand,
-                             PrintCommand, UsageError>;
+                             HistoryExportCommand, AccountCommand, PrintCommand, UsageError>;
 
 /// `arguments` without the program's name.
 Command parseCommandLine(std::span<const std::string> arguments, std::string_view version);
@@ -62,5 +78,9 @@ Command parseCommandLine(std::span<const std::string> arguments, std::string_vie
 /// The word of an action on the command line and on the control socket.
 std::string_view word(DictateAction action);
 std::optional<DictateAction> dictateAction(std::string_view word);
+
+/// The same of a page.
+std::string_view word(AccountPage page);
+std::optional<AccountPage> accountPage(std::string_view word);
 
 }  // namespace pell

@@ -8,10 +8,10 @@
 namespace pell {
 
 /// One request, one line of JSON. `command` is a word of the command line ("dictate", "sign-in",
-/// "register", "sign-out") or "activate".
+/// "register", "sign-out", "account", "styles", "usage", "badges") or "activate".
 struct ControlRequest {
   std::string command;
-  std::string argument;  // the action, or the e-mail address
+  std::string argument;  // the action, the e-mail address, or "json"
   std::string password;  // for sign-in and registration only; never logged
   bool operator==(const ControlRequest&) const = default;
 };

@@ -4,27 +4,33 @@
 #include <nlohmann/json.hpp>
 #include <ranges>
 
+#include "app/Printable.h"
+
 namespace pell {
 namespace {
 
 using nlohmann::json;
 
-/// A dictated text may hold an escape sequence; the terminal is not to obey it.
-std::string printable(std::string_view text) {
-  std::string result;
-  for (char c : text) {
-    const auto byte = static_cast<unsigned char>(c);
-    const bool isControl = (byte < 0x20 && c != '\n' && c != '\t') || byte == 0x7F;
-    if (isControl) {
-      result += fmt::format("\\x{:02x}", byte);
-    } else {
-      result += c;
-    }
-  }
-  return result;
+json optional(const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); }
+
+json object(const DictationRecord& record) {
+  return {{"id", record.id},
+          {"text", record.text},
+          {"words", record.words},
+          {"characters", record.characters},
+          {"duration", record.duration},
+          {"created_at", secondsSince1970(record.createdAt)},
+          {"target_bundle_id", optional(record.targetBundleID)},
+          {"target_app", optional(record.targetApp)},
+          {"delivery", rawValue(record.delivery)},
+          {"saved_note_id", optional(record.savedNoteID)},
+          {"raw_text", optional(record.rawText)},
+          {"prompt_version_title", optional(record.promptVersionTitle)}};
 }
 
-json optional(const std::optional<std::string>& text) { return text ? json(*text) : json(nullptr); }
+std::string dump(const json& value, int indent) {
+  return value.dump(indent, ' ', false, json::error_handler_t::replace);
+}
 
 }  // namespace
 
@@ -41,21 +47,10 @@ std::string historyText(const std::vector<DictationRecord>& records, const TimeL
 
 std::string historyJson(const std::vector<DictationRecord>& records) {
   json list = json::array();
-  for (const DictationRecord& record : records) {
-    list.push_back({{"id", record.id},
-                    {"text", record.text},
-                    {"words", record.words},
-                    {"characters", record.characters},
-                    {"duration", record.duration},
-                    {"created_at", secondsSince1970(record.createdAt)},
-                    {"target_bundle_id", optional(record.targetBundleID)},
-                    {"target_app", optional(record.targetApp)},
-                    {"delivery", rawValue(record.delivery)},
-                    {"saved_note_id", optional(record.savedNoteID)},
-                    {"raw_text", optional(record.rawText)},
-                    {"prompt_version_title", optional(record.promptVersionTitle)}});
-  }
-  return list.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+  for (const DictationRecord& record : records) list.push_back(object(record));
+  return dump(list, 2) + "\n";
 }
+
+std::string recordJson(const DictationRecord& record) { return dump(object(record), -1); }
 
 }  // namespace pell

@@ -19,4 +19,7 @@ std::string historyText(const std::vector<DictationRecord>& records, const TimeL
 /// A JSON array, newest first, with the field names of the table; dates are seconds since 1970.
 std::string historyJson(const std::vector<DictationRecord>& records);
 
+/// One record as such an object, on one line.
+std::string recordJson(const DictationRecord& record);
+
 }  // namespace pell

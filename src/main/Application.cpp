@@ -13,6 +13,7 @@
 #include "app/StatusContent.h"
 #include "app/view/StatusWindow.h"
 #include "app/view/TrayItem.h"
+#include "main/AccountQuery.h"
 #include "main/BusName.h"
 #include "main/Commands.h"
 #include "main/ControlClient.h"
@@ -118,6 +119,8 @@ class Application {
   void control(const ControlRequest& request, ControlServer::Answer answer) {
     if (changesSession(request)) {
       tasks_.spawn(answerSession(request, std::move(answer)));
+    } else if (asksAboutAccount(request)) {
+      tasks_.spawn(answerQuestion(request, std::move(answer)));
     } else if (request.command == "dictate") {
       answer(dictate(request.argument));
     } else if (request.command == "activate") {
@@ -132,6 +135,11 @@ class Application {
     ControlReply reply = co_await changeSession(delegate_.api(), std::move(request));
     answer(std::move(reply));
     co_await refreshAccount();
+  }
+
+  Task<void> answerQuestion(ControlRequest request, ControlServer::Answer answer) {
+    ControlReply reply = co_await answerAboutAccount(delegate_.api(), std::move(request));
+    answer(std::move(reply));
   }
 
   /// Says who is signed in; what is wrong with the server or the local store stands before that.

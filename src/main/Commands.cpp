@@ -2,8 +2,11 @@
 
 #include <cstdio>
 #include <ctime>
+#include <functional>
 
+#include "app/HistoryExport.h"
 #include "app/HistoryListing.h"
+#include "main/AccountQuery.h"
 #include "main/ControlClient.h"
 #include "main/Essentials.h"
 #include "main/InstanceLock.h"
@@ -28,9 +31,10 @@ int fail(const char* sentence) {
   return 1;
 }
 
-int runSession(const ControlRequest& request) {
+/// Through the running instance; `here` where there is none.
+int runWithServer(const ControlRequest& request, ControlReply (*here)(const ControlRequest&)) {
   auto socket = controlSocket();
-  if (!isInstanceRunning(socket)) return report(changeSessionHere(request));
+  if (!isInstanceRunning(socket)) return report(here(request));
   auto reply = askRunningInstance(socket, request, sessionLimit);
   return reply ? report(*reply) : fail("the running Pell did not answer");
 }
@@ -41,6 +45,28 @@ std::string localTime(Date date) {
   ::localtime_r(&seconds, &parts);
   char text[64];
   return {text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M", &parts)};
+}
+
+bool put(const std::string& text) { return std::fwrite(text.data(), 1, text.size(), stdout) == text.size(); }
+
+/// Calls `print` with the history, or with nothing where none was ever kept. Gives the exit code.
+int readHistory(const std::function<bool(DictationsRepository* history)>& print) {
+  Essentials essentials;
+  auto file = essentials.config().databaseURL();
+  bool written = false;
+  try {
+    std::error_code unreadable;  // then the database says it better
+    if (std::filesystem::exists(file, unreadable) || unreadable) {
+      Database database(file);
+      DictationsRepository history(database, essentials.clock());
+      written = print(&history);
+    } else {
+      written = print(nullptr);
+    }
+  } catch (const Database::Failure& failure) {
+    return fail(failure.message().c_str());
+  }
+  return written && std::fflush(stdout) == 0 ? 0 : fail("the history could not be written out");
 }
 
 }  // namespace
@@ -59,30 +85,34 @@ int runDictate(const DictateCommand& command) {
 int runSignIn(const SignInCommand& command) {
   auto password = readPassword();
   if (!password) return fail("no password was given");
-  return runSession(controlRequest(command, std::move(*password)));
+  return runWithServer(controlRequest(command, std::move(*password)), changeSessionHere);
 }
 
-int runSignOut(const SignOutCommand& command) { return runSession(controlRequest(command)); }
+int runSignOut(const SignOutCommand& command) {
+  return runWithServer(controlRequest(command), changeSessionHere);
+}
+
+int runAccount(const AccountCommand& command) {
+  return runWithServer(controlRequest(command), answerAboutAccountHere);
+}
 
 int runHistory(const HistoryCommand& command) {
-  Essentials essentials;
-  auto file = essentials.config().databaseURL();
-  std::vector<DictationRecord> records;
-  try {
-    std::error_code unreadable;  // then the database says it better
-    if (std::filesystem::exists(file, unreadable) || unreadable) {
-      Database database(file);
-      DictationsRepository history(database, essentials.clock());
-      records = history.search(command.search, command.limit);
+  return readHistory([&](DictationsRepository* history) {
+    std::vector<DictationRecord> records;
+    if (history) records = history->search(command.search, command.limit);
+    return put(command.json ? historyJson(records) : historyText(records, localTime));
+  });
+}
+
+int runHistoryExport(const HistoryExportCommand& command) {
+  return readHistory([&](DictationsRepository* history) {
+    HistoryExport file(command.format);
+    bool written = put(file.begin());
+    if (history) {
+      history->forEach([&](const DictationRecord& record) { written = written && put(file.record(record)); });
     }
-  } catch (const Database::Failure& failure) {
-    return fail(failure.message().c_str());
-  }
-  std::string text = command.json ? historyJson(records) : historyText(records, localTime);
-  if (std::fwrite(text.data(), 1, text.size(), stdout) != text.size() || std::fflush(stdout) != 0) {
-    return fail("the history could not be written out");
-  }
-  return 0;
+    return written && put(file.end());
+  });
 }
 
 }  // namespace pell

@@ -10,7 +10,9 @@ namespace pell {
 int runDictate(const DictateCommand& command);
 int runSignIn(const SignInCommand& command);
 int runSignOut(const SignOutCommand& command);
+int runAccount(const AccountCommand& command);
 int runHistory(const HistoryCommand& command);
+int runHistoryExport(const HistoryExportCommand& command);
 
 /// The socket of the running application.
 std::filesystem::path controlSocket();

@@ -67,7 +67,7 @@ Task<ControlReply> changeSession(ApiClient& api, ControlRequest request) {
   co_return reply;
 }
 
-ControlReply changeSessionHere(const ControlRequest& request) {
+ControlReply withClientOfItsOwn(const ServerWork& work) {
   Essentials essentials;
   StoppableExecutor home(std::make_unique<ThreadExecutor>("session"));
   Keychain keychain(essentials.secureItems(), home, essentials.config().keychainService(), essentials.log());
@@ -79,10 +79,15 @@ ControlReply changeSessionHere(const ControlRequest& request) {
                  .clock = essentials.clock(),
                  .executor = std::make_unique<ThreadExecutor>("api")});
   TaskScope scope(home);
-  scope.spawn(deliver(changeAndVerify(api, keychain, request), promise));
+  scope.spawn(deliver(work(api, keychain), promise));
   ControlReply result = reply.get();
   home.stop();  // the task may still be on its way out
   return result;
+}
+
+ControlReply changeSessionHere(const ControlRequest& request) {
+  return withClientOfItsOwn(
+      [&request](ApiClient& api, Keychain& keychain) { return changeAndVerify(api, keychain, request); });
 }
 
 }  // namespace pell

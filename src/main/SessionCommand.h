@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <string>
 
 #include "app/CommandLine.h"
@@ -21,5 +22,11 @@ bool changesSession(const ControlRequest& request);
 
 /// Does the request in this process, with a client of its own, and waits for it.
 ControlReply changeSessionHere(const ControlRequest& request);
+
+/// What is to be asked of the server; the task runs on a thread of its own.
+using ServerWork = std::function<Task<ControlReply>(ApiClient& api, Keychain& keychain)>;
+
+/// Does `work` where no instance runs. Blocks until it is done.
+ControlReply withClientOfItsOwn(const ServerWork& work);
 
 }  // namespace pell

@@ -19,6 +19,8 @@ struct Runner {
   int operator()(const SignInCommand& command) const { return runSignIn(command); }
   int operator()(const SignOutCommand& command) const { return runSignOut(command); }
   int operator()(const HistoryCommand& command) const { return runHistory(command); }
+  int operator()(const AccountCommand& command) const { return runAccount(command); }
+  int operator()(const HistoryExportCommand& command) const { return runHistoryExport(command); }
   int operator()(const PrintCommand& command) const {
     return std::fputs(command.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
   }

@@ -146,6 +146,14 @@ std::vector<DictationRecord> DictationsRepository::search(std::string_view query
   return database_.query(sql, {containing(wanted), std::int64_t{limit}}, decodeRecord);
 }
 
+void DictationsRepository::forEach(const std::function<void(const DictationRecord&)>& visit) {
+  std::lock_guard turn(queue_);
+  database_.query(selectRecords(" ORDER BY created_at"), {}, [&](const Row& row) {
+    if (auto record = decodeRecord(row)) visit(*record);
+    return std::optional<bool>();
+  });
+}
+
 bool DictationsRepository::remove(const std::string& id) {
   std::lock_guard turn(queue_);
   ++revision_;

@@ -3,6 +3,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -50,6 +51,9 @@ class DictationsRepository {
   /// The dictations whose text holds `query` (trimmed; case ignored as SQLite's LIKE does), newest
   /// first. A blank query gives the recent ones.
   std::vector<DictationRecord> search(std::string_view query, int limit = defaultLimit);
+
+  /// Every dictation, oldest first, one at a time. `visit` must not throw, nor use the store.
+  void forEach(const std::function<void(const DictationRecord&)>& visit);
 
   /// True if a row was removed. `remove` stands for the reserved word.
   bool remove(const std::string& id);

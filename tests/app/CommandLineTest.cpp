@@ -17,6 +17,9 @@ TEST(CommandLineTest, UnderstandsEveryCommand) {
   EXPECT_EQ(parse({"sign-out"}), Command(SignOutCommand{}));
   EXPECT_EQ(parse({"history", "--search", "--json", "--limit", "7"}),
             Command(HistoryCommand{.search = "--json", .limit = 7}));
+  EXPECT_EQ(parse({"history", "export", "--format", "csv"}),
+            Command(HistoryExportCommand{ExportFormat::csv}));
+  EXPECT_EQ(parse({"badges", "--json"}), Command(AccountCommand{.page = AccountPage::badges, .json = true}));
   EXPECT_EQ(parse({"--version"}), Command(PrintCommand{"pell 1.2.3\n"}));
 }
 
@@ -33,6 +36,9 @@ TEST(CommandLineTest, WrongLinesAreUsageErrorsThatNameTheCulprit) {
       {{"history", "--limit", "0"}, "'0'"},
       {{"history", "--limit", "12x"}, "12x"},
       {{"history", "--since"}, "--since"},
+      {{"history", "export"}, "--format"},
+      {{"history", "export", "--format", "xml"}, "xml"},
+      {{"usage", "--jsn"}, "--jsn"},
       {{"--version", "extra"}, "extra"},
   };
   for (const auto& [arguments, culprit] : cases) {

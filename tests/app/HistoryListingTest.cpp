@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "app/HistoryExport.h"
 #include "app/HistoryListing.h"
 
 namespace pell {
@@ -34,6 +35,27 @@ TEST(HistoryListingTest, JsonKeepsEveryFieldAndSurvivesBadBytes) {
   EXPECT_EQ(parsed[0]["created_at"], 1.5);
   EXPECT_TRUE(parsed[0]["target_app"].is_null());
   EXPECT_EQ(parsed[0]["delivery"], "none");
+}
+
+std::string exported(ExportFormat format, const std::vector<DictationRecord>& records) {
+  HistoryExport file(format);
+  std::string text = file.begin();
+  for (const auto& each : records) text += file.record(each);
+  return text + file.end();
+}
+
+TEST(HistoryExportTest, IsWellFormedForNoneOneAndManyAndQuotesWhatCsvMustQuote) {
+  const auto plain = record("plain", 1);
+  auto awkward = record("one, \"two\"\r\nthree", 2.25);
+  awkward.targetApp = "Mail";
+  for (const auto& records : {std::vector<DictationRecord>{}, {plain}, {plain, awkward}}) {
+    EXPECT_EQ(nlohmann::json::parse(exported(ExportFormat::json, records)),
+              nlohmann::json::parse(historyJson(records)));
+  }
+  const std::string csv = exported(ExportFormat::csv, {plain, awkward});
+  EXPECT_NE(csv.find("\r\nA,1.000,plain,1,0,0,,,none,,,\r\n"), std::string::npos) << csv;
+  EXPECT_NE(csv.find("\r\nA,2.250,\"one, \"\"two\"\"\r\nthree\",1,0,0,,Mail,none,,,\r\n"), std::string::npos)
+      << csv;
 }
 
 }  // namespace
