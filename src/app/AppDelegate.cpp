@@ -38,6 +38,10 @@ AppDelegate::AppDelegate(const Platform& platform)
                  .config = config_,
                  .words = platform.words,
                  .log = log_}),
+      browserContext_({.accessibility = platform.accessibility,
+                       .defaults = platform.defaults,
+                       .log = log_,
+                       .platformBrowsers = platform.browsers}),
       dictation_({.recorder = recorder_,
                   .api = api_,
                   .settings = settings_,
@@ -49,7 +53,8 @@ AppDelegate::AppDelegate(const Platform& platform)
                   .activity = platform.activity,
                   .main = platform.main,
                   .words = platform.words,
-                  .log = log_}),
+                  .log = log_,
+                  .browserHost = [this](const auto& front) { return browserContext_.host(front); }}),
       hotKeys_(platform.eventTaps, platform.main, log_, [this](HotKeyMonitor::Event event) { route(event); }),
       tasks_(platform.main) {
   openStore();

@@ -11,6 +11,7 @@
 #include "async/Executor.h"
 #include "async/Task.h"
 #include "async/TaskScope.h"
+#include "pipeline/BrowserContext.h"
 #include "pipeline/DictationController.h"
 #include "pipeline/HotKeyMonitor.h"
 #include "pipeline/PanelContext.h"
@@ -110,6 +111,7 @@ class AppDelegate {
   Permissions permissions_;
   SecureInput secureInput_;
   TextInjector injector_;
+  BrowserContext browserContext_;
   std::optional<Database> database_;
   std::optional<DictationsRepository> history_;
   std::optional<std::string> storeFailure_;

@@ -1,104 +1,13 @@
 #include "editor/ServerDates.h"
 
-#include <chrono>
 #include <fmt/core.h>
-#include <string_view>
 
 #include "editor/NoteFormatting.h"
+#include "stores/IsoDate.h"
 
 namespace pell {
-namespace {
-
-bool isDigit(char character) { return character >= '0' && character <= '9'; }
-
-/// Takes a text apart from its beginning; once something did not fit, nothing does.
-class Fields {
- public:
-  explicit Fields(std::string_view text) : rest_(text) {}
-
-  int number(std::size_t digits, int least, int most) {
-    if (rest_.size() < digits) return fail();
-    int value = 0;
-    for (const char character : rest_.substr(0, digits)) {
-      if (!isDigit(character)) return fail();
-      value = value * 10 + (character - '0');
-    }
-    rest_.remove_prefix(digits);
-    return value < least || value > most ? fail() : value;
-  }
-
-  void literal(char expected) {
-    if (!take(expected)) fail();
-  }
-
-  bool take(char expected) {
-    if (rest_.empty() || rest_.front() != expected) return false;
-    rest_.remove_prefix(1);
-    return true;
-  }
-
-  /// Any number of digits after a point; 0 if there is no point.
-  double fraction() {
-    if (!take('.')) return 0;
-    if (rest_.empty() || !isDigit(rest_.front())) return fail();
-    double value = 0;
-    for (double unit = 0.1; !rest_.empty() && isDigit(rest_.front()); unit /= 10) {
-      value += (rest_.front() - '0') * unit;
-      rest_.remove_prefix(1);
-    }
-    return value;
-  }
-
-  /// Seconds to the east of Greenwich.
-  int zone() {
-    if (take('Z')) return 0;
-    const bool east = take('+');
-    if (!east) literal('-');
-    const int hours = number(2, 0, 23);
-    literal(':');
-    const int minutes = number(2, 0, 59);
-    return (east ? 1 : -1) * (hours * 3600 + minutes * 60);
-  }
-
-  bool fitted() const { return fits_ && rest_.empty(); }
-
- private:
-  int fail() {
-    fits_ = false;
-    rest_ = {};
-    return 0;
-  }
-
-  std::string_view rest_;
-  bool fits_ = true;
-};
-
-}  // namespace
-
 std::optional<Date> pellParseDate(const std::optional<std::string>& text) {
-  if (!text) return std::nullopt;
-  Fields fields(*text);
-  const int year = fields.number(4, 0, 9999);
-  fields.literal('-');
-  const int month = fields.number(2, 1, 12);
-  fields.literal('-');
-  const int day = fields.number(2, 1, 31);
-  fields.literal('T');
-  const int hour = fields.number(2, 0, 23);
-  fields.literal(':');
-  const int minute = fields.number(2, 0, 59);
-  fields.literal(':');
-  const int second = fields.number(2, 0, 59);
-  const double fraction = fields.fraction();
-  const int zone = fields.zone();
-
-  const std::chrono::year_month_day date{std::chrono::year(year),
-                                         std::chrono::month(static_cast<unsigned>(month)),
-                                         std::chrono::day(static_cast<unsigned>(day))};
-  if (!fields.fitted() || !date.ok()) return std::nullopt;
-  const auto midnight = std::chrono::sys_days(date).time_since_epoch();
-  const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(midnight).count();
-  return dateFromSeconds(static_cast<double>(seconds + hour * 3600 + minute * 60 + second - zone) + fraction);
+  return text ? parseIsoDate(*text, IsoFraction::optional) : std::nullopt;
 }
 
 std::optional<std::string> pellDate(const std::optional<std::string>& text, const Region& region) {

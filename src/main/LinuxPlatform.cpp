@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "main/Essentials.h"
+#include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/LinuxWords.h"
 #include "platform/portable/DateLocale.h"
 #include "platform/portable/ThreadExecutor.h"
@@ -74,7 +75,8 @@ Platform LinuxPlatform::record() {
           .http = essentials_.http(),
           .loginItem = loginItem_,
           .activity = activity_,
-          .sounds = sounds_};
+          .sounds = sounds_,
+          .browsers = linuxBrowsers()};
 }
 
 }  // namespace pell

@@ -14,6 +14,7 @@ struct BuildInfo {
   bool developmentBuild = false;
   std::optional<std::string> shortVersion;
   std::optional<std::string> bundleIdentifier;
+  std::optional<std::string> remoteConfigPublicKey;
   bool operator==(const BuildInfo&) const = default;
 };
 

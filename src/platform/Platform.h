@@ -1,6 +1,7 @@
 // Everything that the logic asks of its platform, in one record.
 #pragma once
 
+#include <set>
 #include <string>
 
 #include "async/Executor.h"
@@ -48,6 +49,7 @@ struct Platform {
   LoginItem& loginItem;
   SystemActivity& activity;
   SoundPlayer& sounds;
+  std::set<std::string> browsers = {};  // bundle identifiers of those that only this platform has
 };
 
 }  // namespace pell

@@ -4,6 +4,7 @@
 #include <concepts>
 #include <cstdint>
 #include <exception>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
@@ -56,6 +57,12 @@ void read(const nlohmann::json& json, std::vector<T>& list) {
   if (!json.is_array()) throw WireMismatch();
   list.reserve(json.size());
   for (const auto& element : json) read(element, list.emplace_back());
+}
+
+template <class T>
+void read(const nlohmann::json& json, std::map<std::string, T>& map) {
+  if (!json.is_object()) throw WireMismatch();
+  for (const auto& [key, value] : json.items()) read(value, map[key]);
 }
 
 template <class T>

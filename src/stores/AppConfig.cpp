@@ -38,6 +38,8 @@ std::string AppConfig::keychainService() const {
   return resolveKeychainService(bundleID(), isDevelopmentBuild());
 }
 
+std::string AppConfig::remoteConfigPublicKey() const { return build_.remoteConfigPublicKey.value_or(""); }
+
 fs::path AppConfig::supportDirectory() const {
   if (locations_.applicationSupport.empty()) {
     fmt::print(stderr, "pell: there is no folder for application data\n");

@@ -32,6 +32,9 @@ class AppConfig {
   bool isDevelopmentBuild() const;
   std::string keychainService() const;
 
+  /// What the remote configuration must be signed with: raw Ed25519, as base64. Empty if none is stamped.
+  std::string remoteConfigPublicKey() const;
+
   /// The product's own folder, made or tightened to mode 0700 at each call. The process ends when the
   /// platform names no place for it.
   std::filesystem::path supportDirectory() const;

@@ -62,6 +62,20 @@ TEST_F(AppDelegateTest, ArmsTheKeyAtLaunchAndSaysSo) {
   EXPECT_THAT(actions, ElementsAre("action.accessibility"));
 }
 
+TEST_F(AppDelegateTest, TheSiteOnShowPicksTheStyle) {
+  launch();
+  auto& browser = desk.desktop.launch({.bundleIdentifier = "org.example.Navigator"});
+  browser.window->attributes.emplace(accessibility::document, std::string("https://mail.example.com/1"));
+  delegate->dictation().styleRules = [] {
+    return StyleResolver::Rules{.contextAware = true,
+                                .useBrowserHost = true,
+                                .hostRules = {{"mail.example.com", "email"}},
+                                .knownStyleIDs = {"email"}};
+  };
+  delegate->dictation().begin();
+  EXPECT_EQ(delegate->dictation().activeStyleID(), "email");
+}
+
 TEST_F(AppDelegateTest, FollowsTheAccessibilityGrant) {
   desk.desktop.trusted = false;
   launch();

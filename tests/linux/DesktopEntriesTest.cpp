@@ -64,6 +64,7 @@ TEST(ApplicationIdentityTest, KeepsOneIdentifierForApplicationsOfSeveralPlatform
   DesktopEntry slack{.id = "slack"}, editor{.id = "org.gnome.TextEditor"};
   EXPECT_EQ(identifierOf({.className = "Slack"}, &slack), "com.tinyspeck.slackmacgap");
   EXPECT_EQ(identifierOf({.className = "Slack"}, nullptr), "com.tinyspeck.slackmacgap");
+  for (const auto& browser : linuxBrowsers()) EXPECT_EQ(commonIdentifier(browser), browser);
   EXPECT_EQ(identifierOf({.className = "gnome-text-editor"}, &editor), "org.gnome.TextEditor");
   EXPECT_EQ(identifierOf({.applicationId = "org.example.App", .className = "Slack"}, &slack),
             "org.example.App");

@@ -78,7 +78,8 @@ class MemoryPlatform {
             .http = http,
             .loginItem = loginItem,
             .activity = activity,
-            .sounds = sounds};
+            .sounds = sounds,
+            .browsers = {"org.example.Navigator"}};
   }
 };
 

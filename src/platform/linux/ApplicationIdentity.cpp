@@ -89,6 +89,30 @@ std::string identifierOf(const WindowIdentity& window, const DesktopEntry* entry
   return commonIdentifier(window.className);
 }
 
+std::set<std::string> linuxBrowsers() {
+  // Desktop-entry ids of Debian's packages, of Flatpak and of snaps.
+  return {"firefox",
+          "firefox-esr",
+          "firefox_firefox",
+          "org.mozilla.firefox",
+          "chromium",
+          "chromium-browser",
+          "chromium_chromium",
+          "org.chromium.Chromium",
+          "librewolf",
+          "io.gitlab.librewolf-community",
+          "waterfox",
+          "net.waterfox.waterfox",
+          "zen",
+          "app.zen_browser.zen",
+          "epiphany-browser",
+          "org.gnome.Epiphany",
+          "org.kde.falkon",
+          "org.kde.konqueror",
+          "konqbrowser",
+          "org.qutebrowser.qutebrowser"};
+}
+
 bool hasDeafTextFields(const WindowIdentity& window, const fs::path& programFolder) {
   std::error_code failed;
   // The engines' own libraries and resources: Gecko, then Chromium and what embeds it.

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <filesystem>
+#include <set>
 #include <string>
 #include <string_view>
 
@@ -15,6 +16,9 @@ std::string commonIdentifier(std::string_view linuxIdentifier);
 
 /// The window's identifier: the application's own, else its desktop entry's, else its window class.
 std::string identifierOf(const WindowIdentity& window, const DesktopEntry* entry);
+
+/// The identifiers, as `identifierOf` gives them, of browsers that have none in common with other platforms.
+std::set<std::string> linuxBrowsers();
 
 /// True for the browser engines whose text fields answer an insertion with success and stay as they are.
 /// `programFolder` is where the executable lies; what ships beside it tells the engine.

@@ -41,6 +41,9 @@ constexpr std::array wordings{
         "choose Always Allow if macOS asks.",
         "Your keyring would not let Pell read your saved sign-in, so it has been removed. Sign in again, "
         "and unlock the keyring if it asks."},
+
+    // what is said of a milestone
+    LinuxWording{"Pell can type into any app on your Mac.", "Pell can type into any app on your computer."},
 };
 
 }  // namespace

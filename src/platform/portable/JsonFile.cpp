@@ -5,7 +5,7 @@
 #include <sstream>
 #include <utility>
 
-#include "platform/portable/AtomicFile.h"
+#include "stores/AtomicFile.h"
 
 namespace pell {
 namespace {

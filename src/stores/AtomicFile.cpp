@@ -1,4 +1,4 @@
-#include "platform/portable/AtomicFile.h"
+#include "stores/AtomicFile.h"
 
 #include <cerrno>
 #include <fcntl.h>
