@@ -79,7 +79,6 @@ void FloatingPanelController::logShown(PanelPresentation presentation, std::stri
                          {{"frame", fmt::format("{{{{{}, {}}}, {{{}, {}}}}}", frame.origin.x, frame.origin.y,
                                                 frame.size.width, frame.size.height)},
                           {"visible", window_->isVisible()},
-                          {"level", window_->level()},
                           {"trigger", trigger}});
 }
 

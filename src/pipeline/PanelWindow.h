@@ -36,8 +36,6 @@ class PanelWindow {
  public:
   virtual ~PanelWindow() = default;
 
-  /// Its level in the platform's stack; for the log.
-  virtual int level() const = 0;
   virtual PanelRect frame() const = 0;
   virtual bool isVisible() const = 0;
 

@@ -52,7 +52,6 @@ struct RecordedWindow final : PanelWindow {
   PanelRect rect;
   bool visible = false;
 
-  int level() const override { return PanelPolicy::windowLevel; }
   PanelRect frame() const override { return rect; }
   bool isVisible() const override { return visible; }
   void setContentSize(PanelSize size) override {
@@ -134,7 +133,6 @@ TEST_F(FloatingPanelTest, ShowsPlacesAndHidesTheOneWindow) {
   const auto shown = sink.lines("bar_shown").at(0);
   EXPECT_EQ(shown["frame"], "{{381, 48}, {240, 88}}");
   EXPECT_EQ(shown["visible"], true);
-  EXPECT_EQ(shown["level"], 1001);
   EXPECT_EQ(shown["trigger"], "poll");
 }
 
