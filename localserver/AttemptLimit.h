@@ -7,14 +7,14 @@
 
 namespace pell::localserver {
 
-/// Holds back whoever tries passwords: per key (a client's address) so many attempts a minute, of which a
-/// whole minute's worth may come at once. Any thread.
+/// Holds back whoever tries again and again: per key so many attempts in a period, all of which may come at
+/// once. Any thread.
 class AttemptLimit {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// 0 per minute: no limit.
-  explicit AttemptLimit(int perMinute);
+  /// 0 attempts: no limit.
+  explicit AttemptLimit(int attempts, Clock::duration period = std::chrono::minutes(1));
 
   /// Whether one more attempt is allowed now; it is counted if so.
   bool allow(const std::string& key, Clock::time_point now);
@@ -25,9 +25,15 @@ class AttemptLimit {
     Clock::time_point filled;
   };
 
-  const int perMinute_;
+  const int attempts_;
+  const Clock::duration period_;
   std::mutex mutex_;
   std::unordered_map<std::string, Bucket> buckets_;
+  std::size_t sweepAt_ = 10'000;
 };
+
+/// What attempts from a numeric address are counted under: an IPv4 address itself, of an IPv6 address the
+/// network of 64 bits, any part of which its owner may use.
+std::string attemptKey(const std::string& address);
 
 }  // namespace pell::localserver

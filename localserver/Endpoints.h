@@ -1,9 +1,11 @@
 // The table of the API: what this server answers, and to whom.
 #pragma once
 
+#include <filesystem>
 #include <vector>
 
 #include "localserver/Accounts.h"
+#include "localserver/Achievements.h"
 #include "localserver/Metering.h"
 #include "localserver/Router.h"
 #include "localserver/Transcriber.h"
@@ -14,9 +16,13 @@ namespace pell::localserver {
 struct EndpointServices {
   Accounts& accounts;
   Sessions& sessions;
+  MailedLinks& links;
   Metering& metering;
+  Achievements& achievements;
   Transcriber& transcriber;
   ServerLog& log;
+  /// Where the operator's signed document is, if there is one.
+  std::filesystem::path signedConfig;
 };
 
 std::vector<Route> endpoints(const EndpointServices& services);

@@ -27,7 +27,7 @@ struct RequestHead {
   std::string contentType;
   /// The token of an "Authorization: Bearer" header; empty where there is none.
   std::string bearerToken;
-  /// Numeric address of the peer, without the port.
+  /// Numeric address of the client, without the port.
   std::string clientAddress;
 };
 
@@ -39,11 +39,21 @@ struct HttpRequest {
   std::stop_token stop;
 };
 
-/// `body` is JSON text.
 struct HttpReply {
   int status = 200;
   std::string body;
-  std::vector<std::pair<std::string, std::string>> headers;
+  std::vector<std::pair<std::string, std::string>> headers = {};
+  std::string contentType = "application/json";
+};
+
+/// What a request costs. Each kind of work has threads of its own, so that none has to wait for another.
+enum class Effort {
+  /// Milliseconds.
+  quick,
+  /// Hashes a password: a tenth of a second and much memory, and strangers may ask for it.
+  password,
+  /// Seconds or minutes. Blanks keep the connection awake meanwhile; the reply is JSON.
+  lengthy,
 };
 
 /// What is to happen with a request once its headers are known.
@@ -52,8 +62,7 @@ struct Admission {
   std::optional<HttpReply> refusal;
   /// Bytes of body that are accepted.
   std::size_t bodyLimit = 0;
-  /// Work that may take minutes: it has threads of its own, and blanks keep the connection awake meanwhile.
-  bool lengthy = false;
+  Effort effort = Effort::quick;
   /// Called once on a worker thread when the body is here. It must not throw.
   std::function<HttpReply(const HttpRequest&)> work;
 };

@@ -70,14 +70,22 @@ MHD_Result collectArgument(void* context, MHD_ValueKind, const char* key, const 
   return MHD_YES;
 }
 
-RequestHead readHead(MHD_Connection* connection, const char* path, const char* method) {
+/// The last address is what our own proxy added; those before it are the client's say.
+std::string forwardedAddress(MHD_Connection* connection) {
+  std::string chain = headerValue(connection, "X-Forwarded-For");
+  chain.erase(0, chain.find_last_of(", ") + 1);
+  return chain;
+}
+
+RequestHead readHead(MHD_Connection* connection, const char* path, const char* method, bool behindProxy) {
+  std::string forwarded = behindProxy ? forwardedAddress(connection) : "";
   RequestHead head{.id = newRequestId(),
                    .method = method,
                    .path = path,
                    .query = {},
                    .contentType = mediaType(headerValue(connection, MHD_HTTP_HEADER_CONTENT_TYPE)),
                    .bearerToken = bearerToken(headerValue(connection, MHD_HTTP_HEADER_AUTHORIZATION)),
-                   .clientAddress = peerAddress(connection)};
+                   .clientAddress = forwarded.empty() ? peerAddress(connection) : std::move(forwarded)};
   MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectArgument, &head.query);
   return head;
 }
@@ -149,7 +157,7 @@ struct HttpServer::Callbacks {
     Exchange& exchange = **owned;
     *slot = owned.release();
     exchange.connection = connection;
-    exchange.request.head = readHead(connection, path, method);
+    exchange.request.head = readHead(connection, path, method, server.setup_.behindProxy);
     exchange.request.stop = exchange.stop.get_token();
     const RequestHead& head = exchange.request.head;
     exchange.admission = server.setup_.application.admit(head);
@@ -196,8 +204,8 @@ struct HttpServer::Callbacks {
     return ready ? queue(*exchange, *exchange->reply) : queueStream(exchange);
   }
 
-  static void addHeaders(MHD_Response* response, const std::string& id) {
-    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, "application/json");
+  static void addHeaders(MHD_Response* response, const std::string& id, const std::string& contentType) {
+    MHD_add_response_header(response, MHD_HTTP_HEADER_CONTENT_TYPE, contentType.c_str());
     MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
     MHD_add_response_header(response, "X-Request-Id", id.c_str());
   }
@@ -207,7 +215,7 @@ struct HttpServer::Callbacks {
     MHD_Response* response = MHD_create_response_from_buffer(
         reply.body.size(), const_cast<char*>(reply.body.data()), MHD_RESPMEM_MUST_COPY);
     if (!response) return MHD_NO;
-    addHeaders(response, exchange.request.head.id);
+    addHeaders(response, exchange.request.head.id, reply.contentType);
     for (const auto& [name, value] : reply.headers) {
       MHD_add_response_header(response, name.c_str(), value.c_str());
     }
@@ -224,7 +232,7 @@ struct HttpServer::Callbacks {
         MHD_create_response_from_callback(MHD_SIZE_UNKNOWN, 4096, &stream, context.get(), &endStream);
     if (!response) return MHD_NO;
     static_cast<void>(context.release());  // the response owns it now; endStream frees it
-    addHeaders(response, exchange->request.head.id);
+    addHeaders(response, exchange->request.head.id, HttpReply().contentType);
     exchange->status = MHD_HTTP_OK;
     const MHD_Result result = MHD_queue_response(exchange->connection, MHD_HTTP_OK, response);
     MHD_destroy_response(response);
@@ -277,6 +285,7 @@ struct HttpServer::Callbacks {
 HttpServer::HttpServer(Setup setup)
     : setup_(std::move(setup)),
       quick_(setup_.limits.quickWorkers, 256),
+      password_(setup_.limits.passwordWorkers, 64),
       lengthy_(setup_.limits.lengthyWorkers, 64) {
   unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
   if (setup_.socket.ipv6) flags |= MHD_USE_IPv6;
@@ -329,13 +338,17 @@ bool HttpServer::take(const ExchangePtr& exchange) {
     underway_.insert(exchange);
   }
   changed_.notify_all();
-  WorkerPool& pool = exchange->admission.lengthy ? lengthy_ : quick_;
-  const bool accepted = pool.post([this, exchange] {
+  const bool accepted = workers(exchange->admission.effort).post([this, exchange] {
     if (exchange->stop.stop_requested()) return;
     finish(*exchange, exchange->admission.work(exchange->request));
   });
   if (!accepted) finish(*exchange, busy(exchange->request.head));
   return true;
+}
+
+WorkerPool& HttpServer::workers(Effort effort) {
+  if (effort == Effort::lengthy) return lengthy_;
+  return effort == Effort::password ? password_ : quick_;
 }
 
 /// The first reply counts. Any thread.
@@ -363,7 +376,7 @@ void HttpServer::sendBlanks() {
     const auto now = Steady::now();
     auto next = now + std::chrono::hours(1);
     for (const auto& exchange : underway_) {
-      if (!exchange->admission.lengthy) continue;
+      if (exchange->admission.effort != Effort::lengthy) continue;
       std::lock_guard exchangeLock(exchange->mutex);
       if (exchange->reply) continue;
       if (exchange->nextBlank <= now) {

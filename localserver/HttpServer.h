@@ -40,12 +40,15 @@ class HttpServer {
     unsigned connections = 800;
     unsigned connectionsPerAddress = 400;
     std::size_t quickWorkers = 2;
+    std::size_t passwordWorkers = 2;
     std::size_t lengthyWorkers = 16;
   };
 
   struct Setup {
     ListenSocket socket;
     HttpApplication& application;
+    /// Clients come by way of a proxy, which tells in X-Forwarded-For who they are.
+    bool behindProxy = false;
     /// Called on the event loop for each finished request.
     std::function<void(const RequestSummary&)> finished;
     Limits limits;
@@ -68,6 +71,7 @@ class HttpServer {
   void finish(Exchange& exchange, HttpReply reply);
   void forget(const ExchangePtr& exchange);
   void sendBlanks();
+  WorkerPool& workers(Effort effort);
 
   Setup setup_;
   MHD_Daemon* daemon_ = nullptr;
@@ -78,6 +82,7 @@ class HttpServer {
   bool ending_ = false;
 
   WorkerPool quick_;
+  WorkerPool password_;
   WorkerPool lengthy_;
   std::thread blanks_;
 };

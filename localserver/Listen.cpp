@@ -1,6 +1,8 @@
 #include "localserver/Listen.h"
 
 #include <arpa/inet.h>
+#include <array>
+#include <fcntl.h>
 #include <fmt/format.h>
 #include <memory>
 #include <netdb.h>
@@ -21,6 +23,14 @@ sockaddr_storage boundAddress(int descriptor) {
   socklen_t size = sizeof address;
   getsockname(descriptor, reinterpret_cast<sockaddr*>(&address), &size);
   return address;
+}
+
+ListenSocket described(int descriptor) {
+  const sockaddr_storage address = boundAddress(descriptor);
+  const bool ipv6 = address.ss_family == AF_INET6;
+  const auto networkPort = ipv6 ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
+                                : reinterpret_cast<const sockaddr_in&>(address).sin_port;
+  return {.descriptor = descriptor, .ipv6 = ipv6, .port = ntohs(networkPort)};
 }
 
 }  // namespace
@@ -48,11 +58,34 @@ ListenSocket listenOn(const std::string& host, std::uint16_t port) {
     throw StartFailure(fmt::format("Port {} on {} cannot be listened on: {}.", port, host,
                                    std::generic_category().message(error)));
   }
-  const sockaddr_storage address = boundAddress(descriptor);
-  const bool ipv6 = address.ss_family == AF_INET6;
-  const auto networkPort = ipv6 ? reinterpret_cast<const sockaddr_in6&>(address).sin6_port
-                                : reinterpret_cast<const sockaddr_in&>(address).sin_port;
-  return {.descriptor = descriptor, .ipv6 = ipv6, .port = ntohs(networkPort)};
+  return described(descriptor);
+}
+
+std::optional<ListenSocket> inheritedSocket(const Environment& environment) {
+  constexpr int firstInherited = 3;
+  if (environment("LISTEN_PID") != std::to_string(getpid())) return std::nullopt;
+  if (environment("LISTEN_FDS") != "1")
+    throw StartFailure("pell-server listens on one socket, not on several.");
+  int listens = 0;
+  socklen_t size = sizeof listens;
+  const bool isSocket =
+      getsockopt(firstInherited, SOL_SOCKET, SO_ACCEPTCONN, &listens, &size) == 0 && listens != 0;
+  const int family = boundAddress(firstInherited).ss_family;
+  if (!isSocket || (family != AF_INET && family != AF_INET6)) {
+    throw StartFailure("What pell-server was started with is no TCP socket that listens.");
+  }
+  fcntl(firstInherited, F_SETFD, FD_CLOEXEC);
+  fcntl(firstInherited, F_SETFL, fcntl(firstInherited, F_GETFL) | O_NONBLOCK);
+  return described(firstInherited);
+}
+
+std::string urlOf(const ListenSocket& socket) {
+  const sockaddr_storage address = boundAddress(socket.descriptor);
+  std::array<char, NI_MAXHOST> host{};
+  getnameinfo(reinterpret_cast<const sockaddr*>(&address), sizeof address, host.data(), host.size(), nullptr,
+              0, NI_NUMERICHOST);
+  const std::string name = socket.ipv6 ? fmt::format("[{}]", host.data()) : host.data();
+  return fmt::format("http://{}:{}", name, socket.port);
 }
 
 bool isLoopback(const ListenSocket& socket) {

@@ -1,27 +1,38 @@
 #pragma once
 
-#include <cstdint>
 #include <string>
 
+#include "localserver/Plans.h"
 #include "localserver/Storage.h"
+#include "localserver/Times.h"
 
 namespace pell::localserver {
 
-/// A user's allowance in the current month.
+/// A user's allowance in the current month, and what is left of it.
 struct Quota {
-  std::int64_t minutesPerMonth = 0;
+  Plan plan;
   double usedSeconds = 0;
   double remainingSeconds = 0;
   double allowanceSeconds = 0;
+};
+
+/// What a user dictated so far.
+struct UsageReport {
+  UsageRecord lifetime;
+  Month month;
+  UsageRecord inMonth;
+  Quota quota;
 };
 
 /// Seconds of audio per user and calendar month (UTC). The dictation that crosses the line is still served;
 /// the next one is refused. Any thread; operations throw StorageFailure.
 class Metering {
  public:
-  Metering(Storage& storage, WallNow now, std::int64_t minutesPerMonth);
+  Metering(Storage& storage, WallNow now, Plans plans);
 
+  const Plan& plan(const UserRecord& user) const { return planOf(plans_, user.plan); }
   Quota quota(const std::string& userId);
+  UsageReport report(const std::string& userId);
   /// Throws Refusal "QUOTA_EXCEEDED" where nothing is left.
   void requireAllowance(const std::string& userId);
 
@@ -47,11 +58,9 @@ class Metering {
   };
 
  private:
-  std::string month() const;
-
   Storage& storage_;
   WallNow now_;
-  std::int64_t minutesPerMonth_;
+  const Plans plans_;
 };
 
 }  // namespace pell::localserver

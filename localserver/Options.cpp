@@ -2,20 +2,25 @@
 
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <fmt/format.h>
-#include <map>
 #include <string_view>
 #include <utility>
+
+#include "localserver/Accounts.h"
 
 namespace pell::localserver {
 namespace {
 
-constexpr std::array<std::string_view, 8> valued = {
+constexpr std::array<std::string_view, 13> valued = {
     "--listen",
     "--data",
     "--minutes-per-month",
+    "--plans",
     "--auth-attempts-per-minute",
+    "--public-url",
+    "--mail-from",
+    "--verify-email",
+    "--behind-proxy",
     "--transcribe-url",
     "--transcribe-model",
     "--transcribe-command",
@@ -24,22 +29,6 @@ constexpr std::array<std::string_view, 8> valued = {
 
 // More minutes than the longest month has; "no limit" in all but name, and no sum of seconds overflows.
 constexpr std::int64_t mostMinutes = 44'640;
-
-struct Malformed {
-  std::string message;
-};
-
-template <class Number>
-Number number(const std::string& name, const std::string& text, std::pair<Number, Number> range) {
-  Number value{};
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  const bool whole = error == std::errc() && end == text.data() + text.size();
-  if (!whole || value < range.first || value > range.second) {
-    throw Malformed{fmt::format("{} takes a whole number from {} to {}, not \"{}\".", name, range.first,
-                                range.second, text)};
-  }
-  return value;
-}
 
 void readListen(const std::string& text, Options& options) {
   const auto colon = text.rfind(':');
@@ -53,73 +42,80 @@ void readListen(const std::string& text, Options& options) {
     throw Malformed{fmt::format("An IPv6 address stands in brackets, as [::1]:8787, not \"{}\".", text)};
   }
   options.host = host;
-  options.port = number<std::uint16_t>("The port of --listen", text.substr(colon + 1), {0, 65535});
+  options.port =
+      static_cast<std::uint16_t>(numberIn("The port of --listen", text.substr(colon + 1), {0, 65535}));
 }
 
-std::filesystem::path defaultData(const Environment& environment) {
-  const auto data = environment("XDG_DATA_HOME");
-  if (data && data->starts_with('/')) return std::filesystem::path(*data) / "pell-server";
-  const auto home = environment("HOME");
-  if (home && home->starts_with('/')) return std::filesystem::path(*home) / ".local/share/pell-server";
-  throw Malformed{"There is no home directory to keep the data in; name a place with --data."};
+/// "ID:NAME:MINUTES,..."
+std::vector<Plan> readPlans(const std::string& text) {
+  std::vector<Plan> plans;
+  for (std::size_t begin = 0; begin <= text.size();) {
+    const std::size_t end = std::min(text.find(',', begin), text.size());
+    const std::string item = text.substr(begin, end - begin);
+    const auto first = item.find(':');
+    const auto last = item.rfind(':');
+    if (first == std::string::npos || first == 0 || last <= first + 1) {
+      throw Malformed{
+          fmt::format("--plans takes ID:NAME:MINUTES, several with commas between, not \"{}\".", item)};
+    }
+    plans.push_back(
+        {.id = item.substr(0, first),
+         .displayName = item.substr(first + 1, last - first - 1),
+         .minutesPerMonth = numberIn("A plan of --plans", item.substr(last + 1), {1, mostMinutes})});
+    begin = end + 1;
+  }
+  return plans;
 }
 
-RecogniserChoice recogniserOf(const std::map<std::string, std::string>& values) {
-  const auto value = [&](const char* name) -> std::optional<std::string> {
-    const auto found = values.find(name);
-    return found == values.end() ? std::nullopt : std::optional(found->second);
-  };
-  const auto command = value("--transcribe-command");
-  const auto url = value("--transcribe-url");
-  const auto model = value("--transcribe-model");
-  const auto keyFile = value("--transcribe-key-file");
+std::string readUrl(const std::string& name, std::string text) {
+  if (!text.starts_with("http://") && !text.starts_with("https://")) {
+    throw Malformed{fmt::format("{} takes an http or https address, not \"{}\".", name, text)};
+  }
+  while (text.ends_with('/')) text.pop_back();
+  return text;
+}
+
+std::string readSender(const std::string& text) {
+  if (normalizedEmail(text).empty()) {
+    throw Malformed{fmt::format("--mail-from takes an email address, not \"{}\".", text)};
+  }
+  return text;
+}
+
+RecogniserChoice recogniserOf(const Arguments& arguments) {
+  const auto command = arguments.option("--transcribe-command");
+  const auto url = arguments.option("--transcribe-url");
+  const auto model = arguments.option("--transcribe-model");
+  const auto keyFile = arguments.option("--transcribe-key-file");
   if (command && url) throw Malformed{"--transcribe-command and --transcribe-url exclude each other."};
   if (!url && (model || keyFile)) {
     throw Malformed{"--transcribe-model and --transcribe-key-file go with --transcribe-url."};
   }
   if (command) return RecogniserCommand{*command};
   if (!url) return BuiltInRecogniser{};
-  if (!url->starts_with("http://") && !url->starts_with("https://")) {
-    throw Malformed{fmt::format("--transcribe-url takes an http or https address, not \"{}\".", *url)};
-  }
   if (!model) throw Malformed{"--transcribe-url needs --transcribe-model."};
-  return RecogniserAddress{.url = *url, .model = *model, .keyFile = keyFile};
+  return RecogniserAddress{.url = readUrl("--transcribe-url", *url), .model = *model, .keyFile = keyFile};
 }
 
-/// Pairs of name and value; the two options without a value are answered by the caller.
-std::map<std::string, std::string> collect(std::span<const std::string> arguments) {
-  std::map<std::string, std::string> values;
-  for (std::size_t i = 0; i < arguments.size(); ++i) {
-    const std::string& argument = arguments[i];
-    const auto equals = argument.find('=');
-    const std::string name = argument.substr(0, equals);
-    if (std::find(valued.begin(), valued.end(), name) == valued.end()) {
-      throw Malformed{fmt::format("There is no option \"{}\".", name)};
-    }
-    if (equals == std::string::npos && i + 1 == arguments.size()) {
-      throw Malformed{fmt::format("{} needs a value.", name)};
-    }
-    const std::string text = equals == std::string::npos ? arguments[++i] : argument.substr(equals + 1);
-    if (text.empty()) throw Malformed{fmt::format("{} needs a value.", name)};
-    if (!values.emplace(name, text).second) throw Malformed{fmt::format("{} is given twice.", name)};
+Options optionsFrom(const Arguments& arguments, const Environment& environment) {
+  if (!arguments.others.empty()) {
+    throw Malformed{fmt::format("There is no command \"{}\".", arguments.others.front())};
   }
-  return values;
-}
-
-Options optionsFrom(const std::map<std::string, std::string>& values, const Environment& environment) {
   Options options;
-  options.recogniser = recogniserOf(values);
-  for (const auto& [name, text] : values) {
+  options.data = dataDirectory(arguments, environment);
+  options.recogniser = recogniserOf(arguments);
+  for (const auto& [name, text] : arguments.options) {
     if (name == "--listen") readListen(text, options);
-    if (name == "--data") options.data = text;
-    if (name == "--minutes-per-month") {
-      options.minutesPerMonth = number<std::int64_t>(name, text, {1, mostMinutes});
-    }
+    if (name == "--minutes-per-month") options.minutesPerMonth = numberIn(name, text, {1, mostMinutes});
+    if (name == "--plans") options.morePlans = readPlans(text);
     if (name == "--auth-attempts-per-minute") {
-      options.authAttemptsPerMinute = number<int>(name, text, {0, 1'000'000});
+      options.authAttemptsPerMinute = static_cast<int>(numberIn(name, text, {0, 1'000'000}));
     }
+    if (name == "--public-url") options.publicUrl = readUrl(name, text);
+    if (name == "--mail-from") options.mailFrom = readSender(text);
+    if (name == "--verify-email") options.verifyEmail = isOn(name, text);
+    if (name == "--behind-proxy") options.behindProxy = isOn(name, text);
   }
-  if (options.data.empty()) options.data = defaultData(environment);
   return options;
 }
 
@@ -131,24 +127,42 @@ ParsedCommandLine parseCommandLine(std::span<const std::string> arguments, const
     if (argument == "--version") return VersionWanted{};
   }
   try {
-    return optionsFrom(collect(arguments), environment);
+    return optionsFrom(takeApart(arguments, valued), environment);
   } catch (const Malformed& malformed) {
     return UsageError{malformed.message};
   }
+}
+
+Plans plansOf(const Options& options) {
+  Plans plans = {
+      {.id = "self-hosted", .displayName = "Self-hosted", .minutesPerMonth = options.minutesPerMonth}};
+  plans.insert(plans.end(), options.morePlans.begin(), options.morePlans.end());
+  return plans;
 }
 
 std::string helpText() {
   return R"(pell-server: accounts and transcription for Pell, on a machine of your own
 
 Usage: pell-server [OPTION]...
+       pell-server COMMAND
 
   --listen ADDRESS:PORT          where to listen; 127.0.0.1:8787 unless told otherwise
   --data DIR                     where to keep the database; $XDG_DATA_HOME/pell-server
                                  unless told otherwise
   --minutes-per-month N          dictation that each account may use in a calendar month
                                  (UTC), 1 to 44640; 6000 unless told otherwise
-  --auth-attempts-per-minute N   sign-ins and registrations per client address; 60 unless
-                                 told otherwise, 0 for no limit
+  --plans ID:NAME:MINUTES,...    other plans, which accounts get by the command "plan"
+  --auth-attempts-per-minute N   sign-ins, registrations and password resets per client
+                                 address; 60 unless told otherwise, 0 for no limit
+  --behind-proxy on              clients come by way of a proxy that tells their addresses
+                                 in X-Forwarded-For
+
+Letters with links are put into the folder "outbox" below the data, for a mail program:
+
+  --public-url URL               where browsers reach this server; the address that it
+                                 listens on unless told otherwise
+  --mail-from ADDRESS            the sender; pell-server@localhost unless told otherwise
+  --verify-email off             new users need not confirm their address
 
 Speech is recognised by the built-in English recogniser, or by one of these:
 
@@ -158,6 +172,13 @@ Speech is recognised by the built-in English recogniser, or by one of these:
                                  http://127.0.0.1:8000/v1/audio/transcriptions
   --transcribe-model NAME        the model that it is asked for
   --transcribe-key-file FILE     a file with the key that it is given
+
+Commands:
+
+  keygen FILE                    makes a key that signs configurations
+  config sign DOCUMENT --key FILE [--data DIR]
+                                 signs a document for the application and publishes it
+  plan EMAIL PLAN [--data DIR]   puts an account on another plan
 
   --help                         this text
   --version                      the version

@@ -7,6 +7,10 @@
 #include <span>
 #include <string>
 #include <variant>
+#include <vector>
+
+#include "localserver/Arguments.h"
+#include "localserver/Plans.h"
 
 namespace pell::localserver {
 
@@ -35,8 +39,15 @@ struct Options {
   std::uint16_t port = 8787;
   std::filesystem::path data;
   std::int64_t minutesPerMonth = 6000;
+  /// Besides the one that every account begins with.
+  std::vector<Plan> morePlans;
   /// Per client address; 0 for no limit.
   int authAttemptsPerMinute = 60;
+  /// Where browsers reach this server, without a final slash; empty where that is the address it listens on.
+  std::string publicUrl;
+  std::string mailFrom = "pell-server@localhost";
+  bool verifyEmail = true;
+  bool behindProxy = false;
   RecogniserChoice recogniser;
 
   friend bool operator==(const Options&, const Options&) = default;
@@ -51,11 +62,11 @@ struct UsageError {
 
 using ParsedCommandLine = std::variant<Options, HelpWanted, VersionWanted, UsageError>;
 
-/// Gives the value of an environment variable.
-using Environment = std::function<std::optional<std::string>(const std::string&)>;
-
 /// `arguments` come without the program's name; "--name value" and "--name=value" are the same.
 ParsedCommandLine parseCommandLine(std::span<const std::string> arguments, const Environment& environment);
+
+/// The plans of a server with these options.
+Plans plansOf(const Options& options);
 
 /// The text of --help.
 std::string helpText();

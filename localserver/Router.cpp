@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "localserver/AudioDecoder.h"
+#include "localserver/Form.h"
 
 namespace pell::localserver {
 namespace {
@@ -17,6 +18,8 @@ bool fits(BodyKind kind, const std::string& contentType) {
       return true;
     case BodyKind::json:
       return contentType == "application/json";
+    case BodyKind::form:
+      return contentType == "application/x-www-form-urlencoded";
     case BodyKind::audio:
       return isKnownAudioType(contentType);
   }
@@ -29,7 +32,17 @@ nlohmann::json parseObject(const std::string& text) {
   return body;
 }
 
+nlohmann::json parseBody(BodyKind kind, const std::string& text) {
+  if (kind == BodyKind::json) return parseObject(text);
+  if (kind == BodyKind::form) return parseForm(text);
+  return {};
+}
+
 }  // namespace
+
+HttpReply jsonReply(const nlohmann::json& body) {
+  return {.status = 200, .body = body.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace)};
+}
 
 std::string requiredString(const nlohmann::json& body, const std::string& key) {
   const auto value = body.find(key);
@@ -47,7 +60,7 @@ Admission Router::admit(const RequestHead& head) {
   const auto refusal = guarded(head, [&] {
     const Route& route = find(head);
     if (route.body == BodyKind::audio) admission.bodyLimit = audioLimit;
-    admission.lengthy = route.lengthy;
+    admission.effort = route.effort;
     admission.work = [this, &route, caller = check(route, head)](const HttpRequest& request) {
       return guarded(request.head, [&] { return answer(route, caller, request); });
     };
@@ -79,18 +92,15 @@ Caller Router::check(const Route& route, const RequestHead& head) {
     refuse(415, "UNSUPPORTED_MEDIA_TYPE", "The request's body is of a type that is not understood here.");
   }
   if (route.access == Access::attempt &&
-      !setup_.attempts.allow(head.clientAddress, AttemptLimit::Clock::now())) {
+      !setup_.attempts.allow(attemptKey(head.clientAddress), AttemptLimit::Clock::now())) {
     refuse(429, "TOO_MANY_ATTEMPTS", "Too many attempts. Wait a minute and try again.");
   }
   return caller;
 }
 
 HttpReply Router::answer(const Route& route, const Caller& caller, const HttpRequest& request) {
-  const nlohmann::json body = route.body == BodyKind::json ? parseObject(request.body) : nlohmann::json();
-  const nlohmann::json reply = route.handle({.request = request, .caller = caller, .body = body});
-  return {.status = 200,
-          .body = reply.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace),
-          .headers = {}};
+  const nlohmann::json body = parseBody(route.body, request.body);
+  return route.handle({.request = request, .caller = caller, .body = body});
 }
 
 /// What went wrong in detail is for the log; the client gets a sentence and the request's id.

@@ -3,7 +3,9 @@
 
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <span>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "localserver/AttemptLimit.h"
@@ -22,30 +24,35 @@ enum class Access {
 };
 
 /// What a route expects as its body.
-enum class BodyKind { none, json, audio };
+enum class BodyKind { none, json, form, audio };
 
 /// A request on its way to its handler.
 struct Call {
   const HttpRequest& request;
   /// Of a route for the signed-in; empty otherwise.
   const Caller& caller;
-  /// Of a route with a JSON body: an object. Null otherwise.
+  /// Of a route with a JSON body or a form: an object. Null otherwise.
   const nlohmann::json& body;
 };
 
-/// One row of the table of endpoints. `handle` runs on a worker thread and gives the reply's JSON, or throws
+/// One row of the table of endpoints. `handle` runs on a worker thread and gives the reply, or throws
 /// Refusal.
 struct Route {
   std::string method;
   std::string path;
   Access access = Access::signedIn;
   BodyKind body = BodyKind::none;
-  /// Takes seconds or minutes.
-  bool lengthy = false;
-  std::function<nlohmann::json(const Call&)> handle;
+  Effort effort = Effort::quick;
+  std::function<HttpReply(const Call&)> handle;
 };
 
-/// The string at `key` of a JSON body. Throws Refusal where it is missing or of another type.
+/// A handler that replies with the JSON that `work` gives for a call.
+template <class Work>
+std::function<HttpReply(const Call&)> asJson(Work work);
+
+HttpReply jsonReply(const nlohmann::json& body);
+
+/// The string at `key` of a body. Throws Refusal where it is missing or of another type.
 std::string requiredString(const nlohmann::json& body, const std::string& key);
 
 /// Finds the route of a request, turns away what does not fit it, and makes every failure an error reply.
@@ -64,6 +71,7 @@ class Router : public HttpApplication {
   explicit Router(Setup setup);
 
   Admission admit(const RequestHead& head) override;
+  std::span<const Route> routes() const { return setup_.routes; }
 
  private:
   const Route& find(const RequestHead& head) const;
@@ -73,5 +81,10 @@ class Router : public HttpApplication {
 
   const Setup setup_;
 };
+
+template <class Work>
+std::function<HttpReply(const Call&)> asJson(Work work) {
+  return [work = std::move(work)](const Call& call) { return jsonReply(work(call)); };
+}
 
 }  // namespace pell::localserver

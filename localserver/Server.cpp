@@ -9,7 +9,9 @@
 
 #include "localserver/AudioDecoder.h"
 #include "localserver/CommandTranscriber.h"
+#include "localserver/DataFiles.h"
 #include "localserver/Endpoints.h"
+#include "localserver/Pages.h"
 #include "localserver/RemoteTranscriber.h"
 #include "localserver/SphinxTranscriber.h"
 #include "localserver/SqliteStorage.h"
@@ -33,7 +35,7 @@ std::unique_ptr<Storage> openStorage(const std::filesystem::path& directory) {
   // A directory that was there before keeps its mode: it may hold other things.
   if (made) chmod(directory.c_str(), 0700);
   try {
-    return std::make_unique<SqliteStorage>(directory / "server.db");
+    return std::make_unique<SqliteStorage>(databaseFile(directory));
   } catch (const StorageFailure& failure) {
     throw StartFailure(failure.what());
   }
@@ -68,11 +70,38 @@ struct MakeTranscriber {
 };
 
 /// Makes the libraries ready that want it once per process, then listens.
-ListenSocket prepare(const Options& options) {
+ListenSocket prepare(const Server::Setup& setup) {
   startCryptography();
   quietAudioLibrary();
   curl_global_init(CURL_GLOBAL_DEFAULT);
-  return listenOn(options.host, options.port);
+  return setup.socket ? *setup.socket : listenOn(setup.options.host, setup.options.port);
+}
+
+MailedLinks::Setup linksSetup(const Server::Setup& setup, Storage& storage, const Passwords& passwords,
+                              const ListenSocket& socket) {
+  const Options& options = setup.options;
+  return {
+      .storage = storage,
+      .passwords = passwords,
+      .log = setup.log,
+      .now = setup.now,
+      .folder = outboxFolder(options.data),
+      .sender = options.mailFrom,
+      // Never what a request says of the host: whoever asks for a reset would choose where its link leads.
+      .publicUrl = options.publicUrl.empty() ? urlOf(socket) : options.publicUrl};
+}
+
+std::vector<Route> allRoutes(const EndpointServices& services) {
+  std::vector<Route> all = endpoints(services);
+  for (Route& page : pages(services.links)) all.push_back(std::move(page));
+  return all;
+}
+
+/// All clients of a proxy come from its one address.
+HttpServer::Limits limitsOf(const Server::Setup& setup) {
+  HttpServer::Limits limits = setup.limits;
+  if (setup.options.behindProxy) limits.connectionsPerAddress = limits.connections;
+  return limits;
 }
 
 void logRequest(ServerLog& log, const RequestSummary& request) {
@@ -88,21 +117,36 @@ void logRequest(ServerLog& log, const RequestSummary& request) {
 
 Server::Server(const Setup& setup)
     : storage_(openStorage(setup.options.data)),
-      socket_(prepare(setup.options)),
+      socket_(prepare(setup)),
       loopback_(isLoopback(socket_)),
       transcriber_(std::visit(MakeTranscriber{}, setup.options.recogniser)),
       sessions_(*storage_, setup.now),
       passwords_(setup.passwordCost),
-      accounts_(*storage_, sessions_, passwords_, setup.now),
-      metering_(*storage_, setup.now, setup.options.minutesPerMonth),
+      links_(linksSetup(setup, *storage_, passwords_, socket_)),
+      accounts_({.storage = *storage_,
+                 .sessions = sessions_,
+                 .passwords = passwords_,
+                 .links = links_,
+                 .now = setup.now,
+                 .verifyEmail = setup.options.verifyEmail}),
+      metering_(*storage_, setup.now, plansOf(setup.options)),
+      achievements_(*storage_, setup.now),
       attempts_(setup.options.authAttemptsPerMinute),
-      router_({.routes = endpoints({accounts_, sessions_, metering_, *transcriber_, setup.log}),
+      router_({.routes = allRoutes({.accounts = accounts_,
+                                    .sessions = sessions_,
+                                    .links = links_,
+                                    .metering = metering_,
+                                    .achievements = achievements_,
+                                    .transcriber = *transcriber_,
+                                    .log = setup.log,
+                                    .signedConfig = signedConfigFile(setup.options.data)}),
                .sessions = sessions_,
                .attempts = attempts_,
                .log = setup.log}),
       http_({.socket = socket_,
              .application = router_,
+             .behindProxy = setup.options.behindProxy,
              .finished = [&log = setup.log](const RequestSummary& request) { logRequest(log, request); },
-             .limits = setup.limits}) {}
+             .limits = limitsOf(setup)}) {}
 
 }  // namespace pell::localserver

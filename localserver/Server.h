@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "localserver/Accounts.h"
+#include "localserver/Achievements.h"
 #include "localserver/AttemptLimit.h"
 #include "localserver/HttpServer.h"
 #include "localserver/Listen.h"
@@ -24,12 +25,17 @@ class Server {
     WallNow now;
     PasswordCost passwordCost = PasswordCost::standard();
     HttpServer::Limits limits = {};
+    /// Where to listen instead of at the address of the options.
+    std::optional<ListenSocket> socket = std::nullopt;
   };
 
   /// Throws StartFailure with a sentence for the operator.
   explicit Server(const Setup& setup);
 
   std::uint16_t port() const { return socket_.port; }
+  std::string url() const { return urlOf(socket_); }
+  /// All that it answers.
+  std::span<const Route> routes() const { return router_.routes(); }
   /// False: other machines can reach this server, and what they say to it is not encrypted.
   bool reachesOnlyThisMachine() const { return loopback_; }
 
@@ -40,8 +46,10 @@ class Server {
   std::unique_ptr<Transcriber> transcriber_;
   Sessions sessions_;
   Passwords passwords_;
+  MailedLinks links_;
   Accounts accounts_;
   Metering metering_;
+  Achievements achievements_;
   AttemptLimit attempts_;
   Router router_;
   HttpServer http_;

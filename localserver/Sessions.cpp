@@ -9,11 +9,7 @@ Sessions::Sessions(Storage& storage, WallNow now) : storage_(storage), now_(std:
 TokenPair Sessions::open(const std::string& userId) {
   sweep();
   TokenPair pair;
-  storage_.atomically([&] {
-    const SessionRecord session{.id = newIdentifier(), .userId = userId, .createdAt = now_()};
-    storage_.addSession(session);
-    pair = issue(session, 0);
-  });
+  storage_.atomically([&] { pair = issue(userId, newIdentifier(), 0); });
   return pair;
 }
 
@@ -21,44 +17,42 @@ std::optional<TokenPair> Sessions::refresh(const std::string& refreshToken) {
   sweep();
   std::optional<TokenPair> pair;
   storage_.atomically([&] {
-    const auto token = storage_.refreshToken(tokenHash(refreshToken));
+    const auto token = storage_.token(TokenKind::refresh, tokenHash(refreshToken));
     if (!token || token->expiresAt <= now_()) return;
-    const auto session = storage_.session(token->sessionId);
-    if (!session) return;
     if (token->replaced) {
-      storage_.removeSession(session->id);
+      storage_.removeFamily(token->family);
       return;
     }
-    if (!token->used) storage_.useRefreshToken(*token);
-    pair = issue(*session, token->generation + 1);
+    if (!token->used) storage_.useToken(*token);
+    pair = issue(token->userId, token->family, token->generation + 1);
   });
   return pair;
 }
 
 std::optional<Caller> Sessions::authenticate(const std::string& accessToken) {
   if (accessToken.empty()) return std::nullopt;
-  const auto token = storage_.accessToken(tokenHash(accessToken));
+  const auto token = storage_.token(TokenKind::access, tokenHash(accessToken));
   if (!token || token->expiresAt <= now_()) return std::nullopt;
-  const auto session = storage_.session(token->sessionId);
-  if (!session) return std::nullopt;
-  return Caller{.userId = session->userId, .sessionId = session->id};
+  return Caller{.userId = token->userId, .sessionId = token->family};
 }
 
-void Sessions::close(const Caller& caller) { storage_.removeSession(caller.sessionId); }
+void Sessions::close(const Caller& caller) { storage_.removeFamily(caller.sessionId); }
 
-TokenPair Sessions::issue(const SessionRecord& session, std::int64_t generation) {
-  TokenPair pair{.access = newToken(),
-                 .refresh = newToken(),
-                 .accessLifetime = accessLifetime,
-                 .userId = session.userId};
+TokenPair Sessions::issue(const std::string& userId, const std::string& sessionId, std::int64_t generation) {
+  TokenPair pair{
+      .access = newToken(), .refresh = newToken(), .accessLifetime = accessLifetime, .userId = userId};
   const UnixSeconds now = now_();
-  storage_.addAccessToken({.hash = tokenHash(pair.access),
-                           .sessionId = session.id,
-                           .expiresAt = now + std::chrono::seconds(accessLifetime).count()});
-  storage_.addRefreshToken({.hash = tokenHash(pair.refresh),
-                            .sessionId = session.id,
-                            .generation = generation,
-                            .expiresAt = now + std::chrono::seconds(refreshLifetime).count()});
+  storage_.addToken({.hash = tokenHash(pair.access),
+                     .kind = TokenKind::access,
+                     .userId = userId,
+                     .family = sessionId,
+                     .expiresAt = now + std::chrono::seconds(accessLifetime).count()});
+  storage_.addToken({.hash = tokenHash(pair.refresh),
+                     .kind = TokenKind::refresh,
+                     .userId = userId,
+                     .family = sessionId,
+                     .generation = generation,
+                     .expiresAt = now + std::chrono::seconds(refreshLifetime).count()});
   return pair;
 }
 

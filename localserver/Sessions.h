@@ -42,7 +42,7 @@ class Sessions {
   void close(const Caller& caller);
 
  private:
-  TokenPair issue(const SessionRecord& session, std::int64_t generation);
+  TokenPair issue(const std::string& userId, const std::string& sessionId, std::int64_t generation);
   void sweep();
 
   Storage& storage_;

@@ -1,6 +1,7 @@
 // A thin cover over the SQLite connection: statements finalise themselves and failures are exceptions.
 #pragma once
 
+#include <concepts>
 #include <cstdint>
 #include <filesystem>
 #include <memory>
@@ -21,6 +22,7 @@ class SqlStatement {
   SqlStatement& bind(const std::string& text);
   SqlStatement& bind(std::int64_t number);
   SqlStatement& bind(double number);
+  SqlStatement& bind(std::same_as<bool> auto truth) { return bind(std::int64_t{truth}); }
   SqlStatement& bind(const std::optional<std::string>& text);
 
   /// True while there is a row. Throws StorageFailure.

@@ -1,59 +1,13 @@
 #include "localserver/SqliteStorage.h"
 
-#include <array>
 #include <fcntl.h>
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "localserver/SqliteSchema.h"
+
 namespace pell::localserver {
 namespace {
-
-// One entry per version of the tables; an entry is never edited once it was released, only followed by
-// another.
-constexpr std::array migrations = {
-    R"sql(
-create table users (
-  id text primary key,
-  email text not null unique,
-  password_hash text not null,
-  is_admin integer not null,
-  email_verified integer not null,
-  cleanup_enabled integer not null,
-  cleanup_prompt_version text,
-  created_at integer not null
-);
-create table sessions (
-  id text primary key,
-  user_id text not null references users (id) on delete cascade,
-  created_at integer not null
-);
-create index sessions_by_user on sessions (user_id);
-create table access_tokens (
-  hash text primary key,
-  session_id text not null references sessions (id) on delete cascade,
-  expires_at integer not null
-);
-create index access_tokens_by_session on access_tokens (session_id);
-create table refresh_tokens (
-  hash text primary key,
-  session_id text not null references sessions (id) on delete cascade,
-  generation integer not null,
-  expires_at integer not null,
-  used integer not null,
-  replaced integer not null
-);
-create index refresh_tokens_by_session on refresh_tokens (session_id);
-create table usage (
-  user_id text not null references users (id) on delete cascade,
-  month text not null,
-  dictations integer not null,
-  words integer not null,
-  characters integer not null,
-  seconds real not null,
-  primary key (user_id, month)
-);
-)sql",
-};
 
 /// SQLite would make the file readable by everybody that the umask allows.
 void makePrivate(const std::filesystem::path& file) {
@@ -81,6 +35,8 @@ void SqliteStorage::check() {
   connection_.execute("pragma journal_mode = wal");
   connection_.execute("pragma synchronous = normal");
   connection_.execute("pragma foreign_keys = on");
+  // What is removed must not be readable in the file any longer.
+  connection_.execute("pragma secure_delete = on");
   auto check = connection_.statement("pragma quick_check(1)");
   if (check.step() && check.text(0) != "ok") throw StorageFailure("It is damaged.");
 }
@@ -91,14 +47,10 @@ void SqliteStorage::upgrade() {
     auto statement = connection_.statement("pragma user_version");
     if (statement.step()) version = statement.integer(0);
   }
-  if (version > static_cast<std::int64_t>(migrations.size())) {
-    throw StorageFailure("It was written by a later version of pell-server.");
-  }
-  for (auto next = static_cast<std::size_t>(version); next < migrations.size(); ++next) {
-    atomically([&] {
-      connection_.execute(migrations[next]);
-      connection_.execute(fmt::format("pragma user_version = {}", next + 1).c_str());
-    });
+  if (version > latestSchema()) throw StorageFailure("It was written by a later version of pell-server.");
+  while (version < latestSchema()) {
+    ++version;
+    atomically([&] { connection_.execute(migrationTo(version).c_str()); });
   }
 }
 
@@ -122,24 +74,27 @@ void SqliteStorage::atomically(const std::function<void()>& work) {
   }
 }
 
-bool SqliteStorage::addUser(const UserRecord& user) {
+template <class... Parameters>
+int SqliteStorage::change(const char* sql, const Parameters&... parameters) {
   const std::lock_guard lock(mutex_);
-  connection_.statement("insert into users values (?, ?, ?, ?, ?, ?, ?, ?) on conflict (email) do nothing")
-      .bind(user.id)
-      .bind(user.email)
-      .bind(user.passwordHash)
-      .bind(std::int64_t{user.isAdmin})
-      .bind(std::int64_t{user.emailVerified})
-      .bind(std::int64_t{user.cleanupEnabled})
-      .bind(user.cleanupPromptVersion)
-      .bind(user.createdAt)
-      .run();
-  return connection_.changes() == 1;
+  auto statement = connection_.statement(sql);
+  (statement.bind(parameters), ...);
+  statement.run();
+  return connection_.changes();
+}
+
+bool SqliteStorage::addUser(const UserRecord& user) {
+  return change("insert into users values (?, ?, ?, ?, ?, ?, ?, ?, ?) on conflict (email) do nothing",
+                user.id, user.email, user.passwordHash, user.isAdmin, user.emailVerified, user.cleanupEnabled,
+                user.cleanupPromptVersion, user.createdAt, user.plan) == 1;
 }
 
 std::optional<UserRecord> SqliteStorage::userWhere(const char* column, const std::string& value) {
   const std::lock_guard lock(mutex_);
-  auto row = connection_.statement(fmt::format("select * from users where {} = ?", column));
+  auto row = connection_.statement(
+      fmt::format("select id, email, password_hash, is_admin, email_verified, cleanup_enabled, "
+                  "cleanup_prompt_version, created_at, plan from users where {} = ?",
+                  column));
   if (!row.bind(value).step()) return std::nullopt;
   return UserRecord{.id = row.text(0),
                     .email = row.text(1),
@@ -148,7 +103,8 @@ std::optional<UserRecord> SqliteStorage::userWhere(const char* column, const std
                     .emailVerified = row.integer(4) != 0,
                     .cleanupEnabled = row.integer(5) != 0,
                     .cleanupPromptVersion = row.optionalText(6),
-                    .createdAt = row.integer(7)};
+                    .createdAt = row.integer(7),
+                    .plan = row.optionalText(8)};
 }
 
 std::optional<UserRecord> SqliteStorage::userById(const std::string& id) { return userWhere("id", id); }
@@ -157,92 +113,77 @@ std::optional<UserRecord> SqliteStorage::userByEmail(const std::string& email) {
   return userWhere("email", email);
 }
 
-void SqliteStorage::addSession(const SessionRecord& session) {
-  const std::lock_guard lock(mutex_);
-  connection_.statement("insert into sessions values (?, ?, ?)")
-      .bind(session.id)
-      .bind(session.userId)
-      .bind(session.createdAt)
-      .run();
+void SqliteStorage::updateUser(const UserRecord& user) {
+  change(
+      "update users set password_hash = ?, is_admin = ?, email_verified = ?, cleanup_enabled = ?, "
+      "cleanup_prompt_version = ?, plan = ? where id = ?",
+      user.passwordHash, user.isAdmin, user.emailVerified, user.cleanupEnabled, user.cleanupPromptVersion,
+      user.plan, user.id);
 }
 
-std::optional<SessionRecord> SqliteStorage::session(const std::string& id) {
+void SqliteStorage::removeUser(const std::string& id) {
   const std::lock_guard lock(mutex_);
-  auto row = connection_.statement("select * from sessions where id = ?");
-  if (!row.bind(id).step()) return std::nullopt;
-  return SessionRecord{.id = row.text(0), .userId = row.text(1), .createdAt = row.integer(2)};
+  change("delete from users where id = ?", id);
+  // The log of earlier writes holds the removed rows until it is folded into the file.
+  if (depth_ == 0) connection_.execute("pragma wal_checkpoint(truncate)");
 }
 
-void SqliteStorage::removeSession(const std::string& id) {
-  const std::lock_guard lock(mutex_);
-  connection_.statement("delete from sessions where id = ?").bind(id).run();
+void SqliteStorage::addToken(const TokenRecord& token) {
+  change("insert into tokens values (?, ?, ?, ?, ?, ?, ?, ?)", token.hash,
+         static_cast<std::int64_t>(token.kind), token.userId, token.family, token.generation, token.expiresAt,
+         token.used, token.replaced);
 }
 
-void SqliteStorage::addAccessToken(const AccessTokenRecord& token) {
+std::optional<TokenRecord> SqliteStorage::token(TokenKind kind, const std::string& hash) {
   const std::lock_guard lock(mutex_);
-  connection_.statement("insert into access_tokens values (?, ?, ?)")
-      .bind(token.hash)
-      .bind(token.sessionId)
-      .bind(token.expiresAt)
-      .run();
+  auto row = connection_.statement(
+      "select user_id, family, generation, expires_at, used, replaced from tokens where kind = ? and hash = "
+      "?");
+  if (!row.bind(static_cast<std::int64_t>(kind)).bind(hash).step()) return std::nullopt;
+  return TokenRecord{.hash = hash,
+                     .kind = kind,
+                     .userId = row.text(0),
+                     .family = row.text(1),
+                     .generation = row.integer(2),
+                     .expiresAt = row.integer(3),
+                     .used = row.integer(4) != 0,
+                     .replaced = row.integer(5) != 0};
 }
 
-std::optional<AccessTokenRecord> SqliteStorage::accessToken(const std::string& hash) {
-  const std::lock_guard lock(mutex_);
-  auto row = connection_.statement("select * from access_tokens where hash = ?");
-  if (!row.bind(hash).step()) return std::nullopt;
-  return AccessTokenRecord{.hash = row.text(0), .sessionId = row.text(1), .expiresAt = row.integer(2)};
-}
-
-void SqliteStorage::addRefreshToken(const RefreshTokenRecord& token) {
-  const std::lock_guard lock(mutex_);
-  connection_.statement("insert into refresh_tokens values (?, ?, ?, ?, ?, ?)")
-      .bind(token.hash)
-      .bind(token.sessionId)
-      .bind(token.generation)
-      .bind(token.expiresAt)
-      .bind(std::int64_t{token.used})
-      .bind(std::int64_t{token.replaced})
-      .run();
-}
-
-std::optional<RefreshTokenRecord> SqliteStorage::refreshToken(const std::string& hash) {
-  const std::lock_guard lock(mutex_);
-  auto row = connection_.statement("select * from refresh_tokens where hash = ?");
-  if (!row.bind(hash).step()) return std::nullopt;
-  return RefreshTokenRecord{.hash = row.text(0),
-                            .sessionId = row.text(1),
-                            .generation = row.integer(2),
-                            .expiresAt = row.integer(3),
-                            .used = row.integer(4) != 0,
-                            .replaced = row.integer(5) != 0};
-}
-
-void SqliteStorage::useRefreshToken(const RefreshTokenRecord& token) {
+void SqliteStorage::useToken(const TokenRecord& token) {
+  constexpr auto refresh = static_cast<std::int64_t>(TokenKind::refresh);
   atomically([&] {
-    connection_.statement("update refresh_tokens set used = 1 where hash = ?").bind(token.hash).run();
-    connection_
-        .statement(
-            "update refresh_tokens set replaced = 1 where session_id = ? and generation <= ? and hash <> ?")
-        .bind(token.sessionId)
-        .bind(token.generation)
-        .bind(token.hash)
-        .run();
+    change("update tokens set used = 1 where kind = ? and hash = ?", refresh, token.hash);
+    change(
+        "update tokens set replaced = 1 where kind = ? and family = ? and generation <= ? and hash <> ? and "
+        "replaced = 0",
+        refresh, token.family, token.generation, token.hash);
   });
+}
+
+void SqliteStorage::removeFamily(const std::string& family) {
+  change("delete from tokens where family = ?", family);
+}
+
+void SqliteStorage::removeTokensOf(const std::string& userId, std::optional<TokenKind> kind) {
+  if (!kind) {
+    change("delete from tokens where user_id = ?", userId);
+    return;
+  }
+  change("delete from tokens where user_id = ? and kind = ?", userId, static_cast<std::int64_t>(*kind));
 }
 
 void SqliteStorage::removeExpired(UnixSeconds now) {
-  atomically([&] {
-    connection_.statement("delete from access_tokens where expires_at <= ?").bind(now).run();
-    connection_.statement("delete from refresh_tokens where expires_at <= ?").bind(now).run();
-    connection_.execute("delete from sessions where id not in (select session_id from refresh_tokens)");
-  });
+  change("delete from tokens where expires_at <= ?", now);
 }
 
-UsageRecord SqliteStorage::usage(const std::string& userId, const std::string& month) {
+UsageRecord SqliteStorage::sumUsage(const char* condition, const std::string& userId,
+                                    const std::string& month) {
   const std::lock_guard lock(mutex_);
-  auto row = connection_.statement(
-      "select dictations, words, characters, seconds from usage where user_id = ? and month = ?");
+  auto row = connection_.statement(fmt::format(
+      "select total(dictations), total(words), total(characters), total(seconds) from usage where "
+      "user_id = ? and month {} ?",
+      condition));
   if (!row.bind(userId).bind(month).step()) return {};
   return {.dictations = row.integer(0),
           .words = row.integer(1),
@@ -250,21 +191,33 @@ UsageRecord SqliteStorage::usage(const std::string& userId, const std::string& m
           .seconds = row.real(3)};
 }
 
+UsageRecord SqliteStorage::usage(const std::string& userId, const std::string& month) {
+  return sumUsage("=", userId, month);
+}
+
+UsageRecord SqliteStorage::lifetimeUsage(const std::string& userId) { return sumUsage(">=", userId, ""); }
+
 void SqliteStorage::addUsage(const std::string& userId, const std::string& month, const UsageRecord& more) {
+  change(
+      "insert into usage values (?1, ?2, max(?3, 0), max(?4, 0), max(?5, 0), max(?6, 0.0)) "
+      "on conflict (user_id, month) do update set dictations = max(dictations + ?3, 0), "
+      "words = max(words + ?4, 0), characters = max(characters + ?5, 0), "
+      "seconds = max(seconds + ?6, 0.0)",
+      userId, month, more.dictations, more.words, more.characters, more.seconds);
+}
+
+bool SqliteStorage::unlock(const std::string& userId, const std::string& achievement, UnixSeconds at) {
+  return change("insert into achievements values (?, ?, ?) on conflict do nothing", userId, achievement,
+                at) == 1;
+}
+
+std::map<std::string, UnixSeconds> SqliteStorage::unlocked(const std::string& userId) {
   const std::lock_guard lock(mutex_);
-  connection_
-      .statement(
-          "insert into usage values (?1, ?2, max(?3, 0), max(?4, 0), max(?5, 0), max(?6, 0.0)) "
-          "on conflict (user_id, month) do update set dictations = max(dictations + ?3, 0), "
-          "words = max(words + ?4, 0), characters = max(characters + ?5, 0), "
-          "seconds = max(seconds + ?6, 0.0)")
-      .bind(userId)
-      .bind(month)
-      .bind(more.dictations)
-      .bind(more.words)
-      .bind(more.characters)
-      .bind(more.seconds)
-      .run();
+  auto row = connection_.statement("select id, unlocked_at from achievements where user_id = ?");
+  row.bind(userId);
+  std::map<std::string, UnixSeconds> found;
+  while (row.step()) found.emplace(row.text(0), row.integer(1));
+  return found;
 }
 
 }  // namespace pell::localserver

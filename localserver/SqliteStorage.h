@@ -22,27 +22,31 @@ class SqliteStorage : public Storage {
   bool addUser(const UserRecord& user) override;
   std::optional<UserRecord> userById(const std::string& id) override;
   std::optional<UserRecord> userByEmail(const std::string& email) override;
+  void updateUser(const UserRecord& user) override;
+  void removeUser(const std::string& id) override;
 
-  void addSession(const SessionRecord& session) override;
-  std::optional<SessionRecord> session(const std::string& id) override;
-  void removeSession(const std::string& id) override;
-
-  void addAccessToken(const AccessTokenRecord& token) override;
-  std::optional<AccessTokenRecord> accessToken(const std::string& hash) override;
-
-  void addRefreshToken(const RefreshTokenRecord& token) override;
-  std::optional<RefreshTokenRecord> refreshToken(const std::string& hash) override;
-  void useRefreshToken(const RefreshTokenRecord& token) override;
-
+  void addToken(const TokenRecord& token) override;
+  std::optional<TokenRecord> token(TokenKind kind, const std::string& hash) override;
+  void useToken(const TokenRecord& token) override;
+  void removeFamily(const std::string& family) override;
+  void removeTokensOf(const std::string& userId, std::optional<TokenKind> kind) override;
   void removeExpired(UnixSeconds now) override;
 
   UsageRecord usage(const std::string& userId, const std::string& month) override;
+  UsageRecord lifetimeUsage(const std::string& userId) override;
   void addUsage(const std::string& userId, const std::string& month, const UsageRecord& more) override;
+
+  bool unlock(const std::string& userId, const std::string& achievement, UnixSeconds at) override;
+  std::map<std::string, UnixSeconds> unlocked(const std::string& userId) override;
 
  private:
   void check();
   void upgrade();
+  /// Runs one statement with its parameters in order; how many rows it changed.
+  template <class... Parameters>
+  int change(const char* sql, const Parameters&... parameters);
   std::optional<UserRecord> userWhere(const char* column, const std::string& value);
+  UsageRecord sumUsage(const char* condition, const std::string& userId, const std::string& month);
 
   std::recursive_mutex mutex_;
   int depth_ = 0;

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <map>
 #include <optional>
 #include <stdexcept>
 #include <string>
@@ -25,43 +26,34 @@ struct UserRecord {
   /// Absent: the server's default style.
   std::optional<std::string> cleanupPromptVersion;
   UnixSeconds createdAt = 0;
+  /// Absent: the plan that every account has unless it was given another.
+  std::optional<std::string> plan = std::nullopt;
 
   friend bool operator==(const UserRecord&, const UserRecord&) = default;
 };
 
-/// One sign-in on one device: a family of tokens that live and die together.
-struct SessionRecord {
-  std::string id;
-  std::string userId;
-  UnixSeconds createdAt = 0;
-
-  friend bool operator==(const SessionRecord&, const SessionRecord&) = default;
-};
+/// What a token is good for. The numbers stand in databases.
+enum class TokenKind : std::int64_t { access = 0, refresh = 1, emailVerification = 2, passwordReset = 3 };
 
 /// Tokens are stored by their hash alone.
-struct AccessTokenRecord {
+struct TokenRecord {
   std::string hash;
-  std::string sessionId;
-  UnixSeconds expiresAt = 0;
-
-  friend bool operator==(const AccessTokenRecord&, const AccessTokenRecord&) = default;
-};
-
-struct RefreshTokenRecord {
-  std::string hash;
-  std::string sessionId;
-  /// 0 at sign-in, one more with each rotation.
+  TokenKind kind = TokenKind::access;
+  std::string userId;
+  /// Tokens that live and die together: those of one sign-in on one device.
+  std::string family;
+  /// Of a refresh token: 0 at sign-in, one more with each rotation.
   std::int64_t generation = 0;
   UnixSeconds expiresAt = 0;
-  /// Once exchanged for a successor.
+  /// Of a refresh token: exchanged for a successor.
   bool used = false;
-  /// A successor of it, or a sibling, was used: whoever shows it now is not its owner.
+  /// Of a refresh token: a successor of it, or a sibling, was used. Whoever shows it now is not its owner.
   bool replaced = false;
 
-  friend bool operator==(const RefreshTokenRecord&, const RefreshTokenRecord&) = default;
+  friend bool operator==(const TokenRecord&, const TokenRecord&) = default;
 };
 
-/// What one user dictated in one month.
+/// What one user dictated in a span of time.
 struct UsageRecord {
   std::int64_t dictations = 0;
   std::int64_t words = 0;
@@ -92,27 +84,32 @@ class Storage {
   virtual bool addUser(const UserRecord& user) = 0;
   virtual std::optional<UserRecord> userById(const std::string& id) = 0;
   virtual std::optional<UserRecord> userByEmail(const std::string& email) = 0;
+  /// Replaces all but the identifier, the address and the time of registration. Nothing happens where there
+  /// is no such user.
+  virtual void updateUser(const UserRecord& user) = 0;
+  /// Takes everything with it that the user had, beyond recovery from the bytes of the storage.
+  virtual void removeUser(const std::string& id) = 0;
 
-  virtual void addSession(const SessionRecord& session) = 0;
-  virtual std::optional<SessionRecord> session(const std::string& id) = 0;
-  /// Takes every token of the session with it.
-  virtual void removeSession(const std::string& id) = 0;
-
-  virtual void addAccessToken(const AccessTokenRecord& token) = 0;
-  virtual std::optional<AccessTokenRecord> accessToken(const std::string& hash) = 0;
-
-  virtual void addRefreshToken(const RefreshTokenRecord& token) = 0;
-  virtual std::optional<RefreshTokenRecord> refreshToken(const std::string& hash) = 0;
-  /// Marks `token` as used, and every other token of its session up to its generation as replaced.
-  virtual void useRefreshToken(const RefreshTokenRecord& token) = 0;
-
-  /// Removes tokens that expired at or before `now`, and sessions that have no refresh token left.
+  virtual void addToken(const TokenRecord& token) = 0;
+  virtual std::optional<TokenRecord> token(TokenKind kind, const std::string& hash) = 0;
+  /// Marks a refresh token as used, and all others of its family up to its generation as replaced.
+  virtual void useToken(const TokenRecord& token) = 0;
+  virtual void removeFamily(const std::string& family) = 0;
+  /// Of one kind, or of every kind.
+  virtual void removeTokensOf(const std::string& userId, std::optional<TokenKind> kind) = 0;
+  /// Removes tokens that expired at or before `now`.
   virtual void removeExpired(UnixSeconds now) = 0;
 
   /// `month` is "YYYY-MM". All zero where nothing was dictated.
   virtual UsageRecord usage(const std::string& userId, const std::string& month) = 0;
+  virtual UsageRecord lifetimeUsage(const std::string& userId) = 0;
   /// Adds to what stands there; negative values take back. Nothing falls below zero.
   virtual void addUsage(const std::string& userId, const std::string& month, const UsageRecord& more) = 0;
+
+  /// False where the user has that achievement already; the time of the first stays.
+  virtual bool unlock(const std::string& userId, const std::string& achievement, UnixSeconds at) = 0;
+  /// Achievements and when they were unlocked.
+  virtual std::map<std::string, UnixSeconds> unlocked(const std::string& userId) = 0;
 };
 
 }  // namespace pell::localserver

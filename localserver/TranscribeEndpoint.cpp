@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "localserver/AudioDecoder.h"
+#include "localserver/Replies.h"
 #include "localserver/Text.h"
 
 namespace pell::localserver {
@@ -21,17 +22,13 @@ std::string requiredLanguage(const HttpRequest& request) {
   return language;
 }
 
-nlohmann::json quotaJson(const Quota& quota) {
-  return {{"minutesPerMonth", quota.minutesPerMonth},
-          {"usedSeconds", quota.usedSeconds},
-          {"remainingSeconds", quota.remainingSeconds},
-          {"allowanceSeconds", quota.allowanceSeconds}};
-}
-
 }  // namespace
 
-TranscribeEndpoint::TranscribeEndpoint(Metering& metering, Transcriber& transcriber, ServerLog& log)
-    : metering_(metering), transcriber_(transcriber), log_(log) {}
+TranscribeEndpoint::TranscribeEndpoint(const Setup& setup)
+    : metering_(setup.metering),
+      achievements_(setup.achievements),
+      transcriber_(setup.transcriber),
+      log_(setup.log) {}
 
 nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
   const std::string language = requiredLanguage(call.request);
@@ -45,6 +42,7 @@ nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
   const auto words = wordCount(transcript);
   const auto characters = characterCount(transcript);
   charge.keep(words, characters);
+  const auto unlocked = achievements_.award(call.caller.userId);
 
   nlohmann::json reply = {{"transcript", transcript},
                           {"paragraphs", paragraphsOf(transcript)},
@@ -54,6 +52,7 @@ nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
                           {"characters", characters},
                           {"language", spoken.language.value_or(language)},
                           {"quota", quotaJson(metering_.quota(call.caller.userId))}};
+  if (!unlocked.empty()) reply["unlocked"] = unlocked;
   if (spoken.confidence) reply["confidence"] = std::clamp(*spoken.confidence, 0.0, 1.0);
   return reply;
 }

@@ -2,6 +2,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include "localserver/Achievements.h"
 #include "localserver/Metering.h"
 #include "localserver/Router.h"
 #include "localserver/Transcriber.h"
@@ -12,7 +13,13 @@ namespace pell::localserver {
 /// ever in memory.
 class TranscribeEndpoint {
  public:
-  TranscribeEndpoint(Metering& metering, Transcriber& transcriber, ServerLog& log);
+  struct Setup {
+    Metering& metering;
+    Achievements& achievements;
+    Transcriber& transcriber;
+    ServerLog& log;
+  };
+  explicit TranscribeEndpoint(const Setup& setup);
 
   nlohmann::json answer(const Call& call) const;
 
@@ -20,6 +27,7 @@ class TranscribeEndpoint {
   SpokenText listen(const Pcm& samples, const Call& call, const std::string& language) const;
 
   Metering& metering_;
+  Achievements& achievements_;
   Transcriber& transcriber_;
   ServerLog& log_;
 };

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 #include <signal.h>
 
+#include "localserver/Commands.h"
 #include "localserver/Server.h"
 #include "localserver/ServerLog.h"
 
@@ -31,16 +32,17 @@ sigset_t blockEndingSignals() {
 int serve(const Options& options) {
   const sigset_t signals = blockEndingSignals();
   ServerLog log(stderr);
-  const Server server({.options = options, .log = log, .now = [] { return std::time(nullptr); }});
-  const bool ipv6 = options.host.find(':') != std::string::npos;
-  const std::string host = ipv6 ? "[" + options.host + "]" : options.host;
+  const Server server({.options = options,
+                       .log = log,
+                       .now = [] { return std::time(nullptr); },
+                       .socket = inheritedSocket(&environmentVariable)});
   if (!server.reachesOnlyThisMachine()) {
     fmt::print(stderr,
                "Warning: other machines can reach this server, and what passes between is not encrypted. Put "
                "a proxy "
                "with TLS in front of it.\n");
   }
-  fmt::print("pell-server listens on http://{}:{}\n", host, server.port());
+  fmt::print("pell-server listens on {}\n", server.url());
   std::fflush(stdout);
   int received = 0;
   sigwait(&signals, &received);
@@ -48,6 +50,10 @@ int serve(const Options& options) {
 }
 
 int run(std::span<const std::string> arguments) {
+  if (const auto said = runCommand(arguments, &environmentVariable, std::time(nullptr))) {
+    fmt::print("{}", *said);
+    return EXIT_SUCCESS;
+  }
   const ParsedCommandLine parsed = parseCommandLine(arguments, &environmentVariable);
   if (std::holds_alternative<HelpWanted>(parsed)) {
     fmt::print("{}", helpText());
@@ -57,10 +63,7 @@ int run(std::span<const std::string> arguments) {
     fmt::print("pell-server {}\n", PELL_VERSION);
     return EXIT_SUCCESS;
   }
-  if (const auto* error = std::get_if<UsageError>(&parsed)) {
-    fmt::print(stderr, "pell-server: {} See pell-server --help.\n", error->message);
-    return usage;
-  }
+  if (const auto* error = std::get_if<UsageError>(&parsed)) throw Malformed{error->message};
   return serve(std::get<Options>(parsed));
 }
 
@@ -69,6 +72,9 @@ int run(std::span<const std::string> arguments) {
 int main(int count, char** arguments) {
   try {
     return run(std::vector<std::string>(arguments + 1, arguments + count));
+  } catch (const Malformed& malformed) {
+    fmt::print(stderr, "pell-server: {} See pell-server --help.\n", malformed.message);
+    return usage;
   } catch (const std::exception& failure) {
     fmt::print(stderr, "pell-server: {}\n", failure.what());
     return failed;

@@ -18,7 +18,8 @@ class TestApplication : public HttpApplication {
   Admission admit(const RequestHead& head) override {
     Admission admission;
     admission.bodyLimit = 100'000;
-    admission.lengthy = head.path == "/wait" || head.path == "/until-stopped";
+    const bool lengthy = head.path == "/wait" || head.path == "/until-stopped";
+    admission.effort = lengthy ? Effort::lengthy : Effort::quick;
     if (head.path == "/refuse") {
       admission.refusal = errorReply({403, "REFUSED", "No."}, head.id);
     } else if (head.path == "/wait") {

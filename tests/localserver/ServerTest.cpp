@@ -3,10 +3,8 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
-#include "HttpClient.h"
+#include "ServerFixture.h"
 #include "SoundFile.h"
-#include "localserver/Server.h"
-#include "support/TemporaryDirectory.h"
 
 namespace pell::localserver {
 namespace {
@@ -15,53 +13,7 @@ using pell::testing::TemporaryDirectory;
 
 using nlohmann::json;
 
-class ServerTest : public ::testing::Test {
- protected:
-  void start(const std::string& command, const Options& more = {}) {
-    Options options = more;
-    options.port = 0;
-    options.data = directory_.path();
-    options.recogniser = RecogniserCommand{command};
-    server_.reset();
-    server_ = std::make_unique<Server>(Server::Setup{.options = options,
-                                                     .log = log_,
-                                                     .now = [this] { return now_.load(); },
-                                                     .passwordCost = PasswordCost::least()});
-  }
-
-  Answer post(const std::string& path, const json& body, const std::string& token = "") {
-    return send(server_->port(), {.method = "POST",
-                                  .path = "/api/v1" + path,
-                                  .token = token,
-                                  .contentType = "application/json",
-                                  .body = body.dump()});
-  }
-
-  std::string signUp(const std::string& email = "ann@example.org") {
-    return post("/auth/register", {{"email", email}, {"password", "correct horse"}}).json()["accessToken"];
-  }
-
-  Answer me(const std::string& token) {
-    return send(server_->port(), {.path = "/api/v1/me", .token = token});
-  }
-
-  Answer transcribe(const std::string& token, const std::string& sound,
-                    const std::string& query = "?language=en", const std::string& type = "audio/mp4") {
-    return send(server_->port(), {.method = "POST",
-                                  .path = "/api/v1/transcribe" + query,
-                                  .token = token,
-                                  .contentType = type,
-                                  .body = sound});
-  }
-
-  TemporaryDirectory directory_;
-  std::FILE* logFile_ = std::tmpfile();
-  ServerLog log_{logFile_};
-  std::atomic<UnixSeconds> now_ = 1'735'603'200;  // 2024-12-31T00:00Z
-  std::unique_ptr<Server> server_;
-};
-
-const std::string hello = "cat >/dev/null; echo ' hello there. '";
+using ServerTest = ServerFixture;
 
 TEST_F(ServerTest, AnAccountFromItsFirstToItsLastToken) {
   start(hello);
@@ -110,6 +62,12 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
                      const std::string& type = "application/json") {
     return Ask{.method = "POST", .path = "/api/v1" + path, .contentType = type, .body = body};
   };
+  const auto signedIn = [&](const std::string& method, const std::string& path, const std::string& body) {
+    Ask ask = to(path, body);
+    ask.method = method;
+    ask.token = token;
+    return ask;
+  };
   const auto upload = [&](const std::string& type, const std::string& body, const std::string& query = "") {
     Ask ask = to("/transcribe" + query, body, type);
     ask.token = token;
@@ -135,6 +93,8 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
       {to("/auth/register", "{\"email\":\"\xff@b\",\"password\":\"correct horse\"}"), 400, "BAD_REQUEST"},
       {to("/auth/register", credentials("a@b@c", good)), 400, "INVALID_EMAIL"},
       {to("/auth/register", credentials("a b@c", good)), 400, "INVALID_EMAIL"},
+      {to("/auth/register", credentials("a@b\r\nBcc: c", good)), 400, "INVALID_EMAIL"},
+      {to("/auth/register", credentials("a,b@c", good)), 400, "INVALID_EMAIL"},
       {to("/auth/register", credentials(std::string(255, 'a') + "@b", good)), 400, "INVALID_EMAIL"},
       {to("/auth/register", credentials("b@example.org", "९ chars..")), 400, "WEAK_PASSWORD"},
       {to("/auth/register", credentials("b@example.org", std::string(2000, 'p'))), 400, "WEAK_PASSWORD"},
@@ -142,6 +102,17 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
       {to("/auth/login", credentials("ann@example.org", "wrong horse")), 401, "INVALID_CREDENTIALS"},
       {to("/auth/login", credentials("nobody@example.org", good)), 401, "INVALID_CREDENTIALS"},
       {to("/auth/refresh", R"({"refreshToken":"x"})"), 401, "SESSION_EXPIRED"},
+      {to("/auth/password/reset-request", "{}"), 400, "BAD_REQUEST"},
+      {{.method = "DELETE", .path = "/api/v1/me"}, 401, "UNAUTHORIZED"},
+      {{.path = "/api/v1/app-config"}, 404, "NOT_FOUND"},
+      {signedIn("PATCH", "/me/preferences", R"({"cleanupEnabled":"true"})"), 400, "BAD_REQUEST"},
+      {signedIn("PATCH", "/me/preferences", R"({"cleanupPromptVersion":7})"), 400, "BAD_REQUEST"},
+      {signedIn("PATCH", "/me/preferences", R"({"cleanupPromptVersion":""})"), 400, "UNKNOWN_STYLE"},
+      {signedIn("POST", "/me/achievements", R"({"milestone":"words.100"})"), 400, "UNKNOWN_MILESTONE"},
+      {signedIn("POST", "/me/achievements", R"({"milestone":["action.microphone"]})"), 400, "BAD_REQUEST"},
+      {{.method = "POST", .path = "/verify-email", .contentType = "application/json", .body = "{}"},
+       415,
+       "UNSUPPORTED_MEDIA_TYPE"},
       {to("/transcribe", "", "audio/mp4"), 401, "UNAUTHORIZED"},
       {upload("video/mp4", ""), 415, "UNSUPPORTED_MEDIA_TYPE"},
       {upload("audio/mp4", ""), 422, "BAD_AUDIO"},
@@ -169,7 +140,7 @@ TEST_F(ServerTest, ADictationComesBackCountedAndMetered) {
   EXPECT_EQ(result["characters"], 18);
   EXPECT_EQ(result["language"], "multi");
   EXPECT_NEAR(result["durationSeconds"], 2.0, 0.1);
-  for (const char* absent : {"confidence", "cleanupPromptVersionTitle", "unlocked"})
+  for (const char* absent : {"confidence", "cleanupPromptVersionTitle"})
     EXPECT_FALSE(result.contains(absent));
   const double seconds = result["durationSeconds"];
   const json quota = {{"minutesPerMonth", 6000},
@@ -242,12 +213,15 @@ TEST_F(ServerTest, TheLogAndTheDatabaseHoldNoSecret) {
   transcribe(token, mp4File(tone(1)), "?language=en&style=canarystyle");
   transcribe(token, "garbage canarysound");
   post("/auth/login", {{"email", "canaryname@example.org"}, {"password", "canarypassworx"}});
+  get("/me/usage?token=canarytoken", token);
+  post("/auth/password/reset-request", {{"email", "canaryname@example.org"}});
+  post("/me/email/verify/resend", {}, token);
   server_.reset();
 
   std::string log;
   std::rewind(logFile_);
   for (int c = std::fgetc(logFile_); c != EOF; c = std::fgetc(logFile_)) log += static_cast<char>(c);
-  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 4) << log;
+  EXPECT_EQ(std::count(log.begin(), log.end(), '\n'), 7) << log;
   EXPECT_NE(log.find("\"path\":\"/api/v1/transcribe\""), std::string::npos) << log;
   EXPECT_EQ(log.find("canary"), std::string::npos) << log;
   std::ifstream stream(directory_.path() / "server.db", std::ios::binary);

@@ -76,8 +76,9 @@ TEST_F(SessionsTest, TokensExpire) {
 
 TEST_F(SessionsTest, NothingStoredIsAToken) {
   const TokenPair pair = sessions_.open("u1");
-  EXPECT_FALSE(storage_.accessToken(pair.access));
-  EXPECT_FALSE(storage_.refreshToken(pair.refresh));
+  EXPECT_FALSE(storage_.token(TokenKind::access, pair.access));
+  EXPECT_FALSE(storage_.token(TokenKind::refresh, pair.refresh));
+  EXPECT_FALSE(sessions_.authenticate(pair.refresh)) << "one kind does not stand for the other";
   EXPECT_FALSE(sessions_.authenticate(tokenHash(pair.access)));
   sessions_.close(*sessions_.authenticate(pair.access));
   EXPECT_FALSE(sessions_.authenticate(pair.access));

@@ -1,9 +1,11 @@
 // What every storage must do, and what the one in a file does besides.
+#include <fmt/format.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <thread>
 
+#include "localserver/SqliteSchema.h"
 #include "localserver/SqliteStorage.h"
 #include "support/TemporaryDirectory.h"
 
@@ -18,61 +20,83 @@ class StorageContract : public ::testing::Test {
   std::unique_ptr<Storage> storage_ = std::make_unique<SqliteStorage>(directory_.path() / "server.db");
   const UserRecord ann_{.id = "u1", .email = "ann@example.org", .passwordHash = "h", .createdAt = 7};
 
-  void signAnnIn(const std::string& session) {
-    storage_->addSession({.id = session, .userId = ann_.id, .createdAt = 10});
+  void addToken(TokenKind kind, const std::string& hash, const std::string& family, UnixSeconds expiresAt) {
+    storage_->addToken(
+        {.hash = hash, .kind = kind, .userId = ann_.id, .family = family, .expiresAt = expiresAt});
   }
-  void addRefresh(const std::string& hash, const std::string& session, std::int64_t generation) {
-    storage_->addRefreshToken(
-        {.hash = hash, .sessionId = session, .generation = generation, .expiresAt = 100});
+  /// The tokens that are there, of those that these tests make.
+  std::string tokens() {
+    std::string found;
+    for (const auto kind : {TokenKind::access, TokenKind::refresh, TokenKind::passwordReset}) {
+      for (const char* hash : {"a", "b", "c"}) {
+        if (storage_->token(kind, hash)) found += fmt::format("{}{} ", hash, static_cast<int>(kind));
+      }
+    }
+    return found;
   }
 };
 
 TEST_F(StorageContract, KeepsUsersWholeAndOnePerAddress) {
   UserRecord bob{.id = "u2", .email = "bob@example.org", .passwordHash = "x'; drop table users; --"};
-  bob.isAdmin = true;
-  bob.emailVerified = false;
-  bob.cleanupEnabled = false;
-  bob.cleanupPromptVersion = "email-v1";
   EXPECT_TRUE(storage_->addUser(ann_));
   EXPECT_TRUE(storage_->addUser(bob));
   UserRecord intruder = ann_;
   intruder.id = "u3";
   EXPECT_FALSE(storage_->addUser(intruder));
   EXPECT_EQ(storage_->userByEmail("ann@example.org"), ann_);
-  EXPECT_EQ(storage_->userById("u2"), bob);
   EXPECT_EQ(storage_->userById("u3"), std::nullopt);
   EXPECT_EQ(storage_->userByEmail(""), std::nullopt);
+
+  bob.passwordHash = "another";
+  bob.isAdmin = true;
+  bob.emailVerified = false;
+  bob.cleanupEnabled = false;
+  bob.cleanupPromptVersion = "email-v1";
+  bob.plan = "team";
+  storage_->updateUser(bob);
+  storage_->updateUser(intruder);
+  EXPECT_EQ(storage_->userById("u2"), bob);
+  EXPECT_EQ(storage_->userById("u1"), ann_);
+  EXPECT_EQ(storage_->userById("u3"), std::nullopt);
 }
 
-TEST_F(StorageContract, RemovingASessionTakesItsTokensAndNoOthers) {
+TEST_F(StorageContract, RemovingAUserLeavesNothing) {
   storage_->addUser(ann_);
-  for (const std::string session : {"s1", "s2"}) {
-    signAnnIn(session);
-    storage_->addAccessToken({.hash = "a-" + session, .sessionId = session, .expiresAt = 50});
-    addRefresh("r-" + session, session, 0);
+  addToken(TokenKind::access, "a", "s1", 50);
+  storage_->addUsage("u1", "2025-01", {.words = 2});
+  storage_->unlock("u1", "words.1", 5);
+  storage_->removeUser("u1");
+  EXPECT_EQ(storage_->userByEmail("ann@example.org"), std::nullopt);
+  EXPECT_EQ(tokens(), "");
+  EXPECT_TRUE(storage_->addUser(ann_));
+  EXPECT_EQ(storage_->lifetimeUsage("u1"), UsageRecord{});
+  EXPECT_TRUE(storage_->unlocked("u1").empty());
+}
+
+TEST_F(StorageContract, TokensGoByFamilyByOwnerAndKindAndByAge) {
+  const struct {
+    const char* name;
+    std::function<void()> removal;
+    const char* left;
+  } rows[] = {
+      {"none", [] {}, "a0 b0 a1 b1 c3 "},
+      {"family", [&] { storage_->removeFamily("s1"); }, "b0 b1 c3 "},
+      {"kind", [&] { storage_->removeTokensOf("u1", TokenKind::access); }, "a1 b1 c3 "},
+      {"owner", [&] { storage_->removeTokensOf("u1", std::nullopt); }, ""},
+      {"another owner", [&] { storage_->removeTokensOf("u2", std::nullopt); }, "a0 b0 a1 b1 c3 "},
+      {"age", [&] { storage_->removeExpired(50); }, "b0 b1 c3 "},
+  };
+  for (const auto& [name, removal, left] : rows) {
+    storage_->removeUser("u1");
+    storage_->addUser(ann_);
+    for (const auto kind : {TokenKind::access, TokenKind::refresh}) {
+      addToken(kind, "a", "s1", 50);
+      addToken(kind, "b", "s2", 51);
+    }
+    addToken(TokenKind::passwordReset, "c", "s3", 60);
+    removal();
+    EXPECT_EQ(tokens(), left) << name;
   }
-  storage_->removeSession("s1");
-  EXPECT_EQ(storage_->session("s1"), std::nullopt);
-  EXPECT_EQ(storage_->accessToken("a-s1"), std::nullopt);
-  EXPECT_EQ(storage_->refreshToken("r-s1"), std::nullopt);
-  EXPECT_EQ(storage_->session("s2")->userId, ann_.id);
-  EXPECT_EQ(storage_->accessToken("a-s2")->expiresAt, 50);
-  EXPECT_EQ(storage_->refreshToken("r-s2")->expiresAt, 100);
-}
-
-TEST_F(StorageContract, ForgetsWhatExpired) {
-  storage_->addUser(ann_);
-  signAnnIn("old");
-  signAnnIn("new");
-  storage_->addAccessToken({.hash = "a-old", .sessionId = "new", .expiresAt = 50});
-  storage_->addAccessToken({.hash = "a-new", .sessionId = "new", .expiresAt = 51});
-  storage_->addRefreshToken({.hash = "r-old", .sessionId = "old", .expiresAt = 50});
-  storage_->addRefreshToken({.hash = "r-new", .sessionId = "new", .expiresAt = 51});
-  storage_->removeExpired(50);
-  EXPECT_EQ(storage_->accessToken("a-old"), std::nullopt);
-  EXPECT_TRUE(storage_->accessToken("a-new"));
-  EXPECT_EQ(storage_->session("old"), std::nullopt);
-  EXPECT_TRUE(storage_->session("new"));
 }
 
 TEST_F(StorageContract, CountsUsagePerUserAndMonth) {
@@ -85,21 +109,33 @@ TEST_F(StorageContract, CountsUsagePerUserAndMonth) {
   const UsageRecord january{.dictations = 2, .words = 5, .characters = 10, .seconds = 3.75};
   EXPECT_EQ(storage_->usage("u1", "2025-01"), january);
   EXPECT_EQ(storage_->usage("u1", "2025-02"), UsageRecord{});
+  storage_->addUsage("u1", "2024-12", {.words = 100});
+  EXPECT_EQ(storage_->lifetimeUsage("u1").words, 105);
+  EXPECT_EQ(storage_->lifetimeUsage("u1").seconds, 3.75);
+}
+
+TEST_F(StorageContract, UnlocksOnce) {
+  storage_->addUser(ann_);
+  EXPECT_TRUE(storage_->unlock("u1", "words.1", 5));
+  EXPECT_FALSE(storage_->unlock("u1", "words.1", 6));
+  EXPECT_TRUE(storage_->unlock("u1", "words.100", 7));
+  const std::map<std::string, UnixSeconds> expected = {{"words.1", 5}, {"words.100", 7}};
+  EXPECT_EQ(storage_->unlocked("u1"), expected);
 }
 
 TEST_F(StorageContract, UndoesWhatFailsInTheMiddle) {
   storage_->addUser(ann_);
   const auto failing = [&] {
     storage_->addUsage("u1", "2025-01", {.seconds = 1});
-    storage_->atomically([&] { signAnnIn("s1"); });
+    storage_->atomically([&] { addToken(TokenKind::access, "a", "s1", 50); });
     throw std::runtime_error("enough");
   };
   EXPECT_THROW(storage_->atomically(failing), std::runtime_error);
-  EXPECT_EQ(storage_->session("s1"), std::nullopt);
+  EXPECT_EQ(tokens(), "");
   EXPECT_EQ(storage_->usage("u1", "2025-01"), UsageRecord{});
-  EXPECT_THROW(storage_->addSession({.id = "s2", .userId = "nobody"}), StorageFailure);
-  signAnnIn("s3");
-  EXPECT_TRUE(storage_->session("s3"));
+  EXPECT_THROW(storage_->addToken({.hash = "b", .userId = "nobody", .family = "s"}), StorageFailure);
+  addToken(TokenKind::access, "c", "s1", 50);
+  EXPECT_EQ(tokens(), "c0 ");
 }
 
 TEST_F(StorageContract, LetsNoThreadInBetween) {
@@ -127,6 +163,39 @@ TEST(SqliteStorage, RemembersAcrossRestartsInAPrivateFile) {
   struct stat information {};
   ASSERT_EQ(stat(file.c_str(), &information), 0);
   EXPECT_EQ(information.st_mode & 0777, 0600u);
+}
+
+TEST(SqliteStorage, BringsTheFirstDatabasesAlong) {
+  const TemporaryDirectory directory;
+  const auto file = directory.path() / "server.db";
+  {
+    SqlConnection old(file);
+    old.execute(migrationTo(1).c_str());
+    old.execute(
+        "insert into users values ('u1', 'a@b', 'h', 0, 1, 0, 'email-v1', 7);"
+        "insert into sessions values ('s1', 'u1', 8);"
+        "insert into access_tokens values ('a', 's1', 50);"
+        "insert into refresh_tokens values ('a', 's1', 3, 90, 1, 0);"
+        "insert into usage values ('u1', '2025-01', 1, 2, 3, 4.5);");
+  }
+  SqliteStorage storage(file);
+  const UserRecord user{.id = "u1",
+                        .email = "a@b",
+                        .passwordHash = "h",
+                        .cleanupEnabled = false,
+                        .cleanupPromptVersion = "email-v1",
+                        .createdAt = 7};
+  EXPECT_EQ(storage.userById("u1"), user);
+  EXPECT_EQ(storage.token(TokenKind::access, "a")->family, "s1");
+  const TokenRecord refresh{.hash = "a",
+                            .kind = TokenKind::refresh,
+                            .userId = "u1",
+                            .family = "s1",
+                            .generation = 3,
+                            .expiresAt = 90,
+                            .used = true};
+  EXPECT_EQ(storage.token(TokenKind::refresh, "a"), refresh);
+  EXPECT_EQ(storage.lifetimeUsage("u1").words, 2);
 }
 
 TEST(SqliteStorage, SaysWhatIsWrongWithAFileItCannotUse) {

@@ -118,7 +118,7 @@ class Service : public HttpApplication {
   Admission admit(const RequestHead&) override {
     return {.refusal = std::nullopt,
             .bodyLimit = 100u << 20,
-            .lengthy = false,
+            .effort = Effort::quick,
             .work = [this](const HttpRequest& request) {
               last = request;
               return reply;
