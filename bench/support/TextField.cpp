@@ -4,12 +4,13 @@
 #include <nlohmann/json.hpp>
 #include <signal.h>
 
+#include "SourceTree.h"
 #include "bench/support/Figures.h"
 
 namespace pell::bench {
 
 TextField::TextField()
-    : program_({"/usr/bin/python3", std::filesystem::path(__FILE__).parent_path() / "text_field.py"}),
+    : program_({"/usr/bin/python3", testing::sourceTree() / "bench/support/text_field.py"}),
       reader_([this] { read(); }) {}
 
 TextField::~TextField() {

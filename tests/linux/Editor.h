@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "SourceTree.h"
 #include "linux/AppProcess.h"
 
 namespace pell::testing {
@@ -27,8 +28,7 @@ class Editor {
  private:
   static std::vector<std::string> command(const std::string& script,
                                           const std::vector<std::string>& arguments) {
-    std::vector<std::string> words{"/usr/bin/python3",
-                                   std::filesystem::path(__FILE__).parent_path() / script};
+    std::vector<std::string> words{"/usr/bin/python3", sourceTree() / "tests/linux" / script};
     words.insert(words.end(), arguments.begin(), arguments.end());
     return words;
   }

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "SourceTree.h"
 #include "platform/linux/LinuxWords.h"
 
 namespace pell::testing {
@@ -26,7 +27,7 @@ bool isForeign(const std::string& text) {
 
 /// The string literals of the product's sources, adjacent ones joined; the table itself is left out.
 std::set<std::string> literalsOfTheSources() {
-  const fs::path sources = fs::path(__FILE__).parent_path() / ".." / ".." / "src";
+  const fs::path sources = testing::sourceTree() / "src";
   const std::regex comment(R"(//[^\n"]*\n)");
   const std::regex seam(R"("\s*\n\s*")");
   const std::regex literal(R"re("((?:[^"\\\n]|\\.)*)")re");

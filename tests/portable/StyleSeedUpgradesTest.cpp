@@ -3,6 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
+#include "SourceTree.h"
 #include "platform/portable/JsonUserDefaults.h"
 #include "stores/AppSettings.h"
 #include "support/MemoryLog.h"
@@ -78,7 +79,7 @@ TEST_F(StyleSeedUpgradesTest, OfFilesFromEachVersion) {
       {"wrong-types-seeded", apps, hosts},
   };
   for (const Case& c : cases) {
-    const fs::path old = fs::path(PELL_FIXTURES) / "defaults" / (c.file + ".json");
+    const fs::path old = testing::sourceTree() / "tests/fixtures/defaults" / (c.file + ".json");
     ASSERT_TRUE(fs::exists(old)) << old;
     fs::copy_file(old, file, fs::copy_options::overwrite_existing);
     auto expected = nlohmann::json::parse(content());

@@ -6,12 +6,13 @@
 #include <sodium.h>
 #include <string>
 
+#include "SourceTree.h"
 #include "server/RemoteConfig.h"
 
 namespace pell::testing {
 
 inline std::string fixtureText(const std::string& name) {
-  std::ifstream file(std::string(PELL_FIXTURES) + "/remote-config/" + name);
+  std::ifstream file(sourceTree() / "tests/fixtures/remote-config" / name);
   std::string text(std::istreambuf_iterator<char>(file), {});
   while (text.ends_with('\n')) text.pop_back();
   return text;
