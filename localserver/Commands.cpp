@@ -43,6 +43,8 @@ std::string signDocument(Names rest, const Environment& environment, std::int64_
   const std::string envelope = signConfig(text, *arguments.option("--key"), now);
   std::filesystem::create_directories(file.parent_path());
   writePrivateFile(file, envelope);
+  // It is no secret, and the server may run as another user than the one who signs.
+  std::filesystem::permissions(file, std::filesystem::perms(0644));
   return fmt::format("Signed and published as {}.\n", file.string());
 }
 

@@ -1,16 +1,11 @@
 #include "localserver/HttpServer.h"
 
 #include <algorithm>
-#include <arpa/inet.h>
-#include <array>
-#include <cctype>
-#include <charconv>
 #include <cstring>
 #include <microhttpd.h>
-#include <netinet/in.h>
-#include <sodium.h>
 #include <string_view>
-#include <sys/socket.h>
+
+#include "localserver/RequestReader.h"
 
 namespace pell::localserver {
 namespace {
@@ -20,83 +15,6 @@ using Steady = std::chrono::steady_clock;
 // Bodies of undeclared length are read on past the limit, so that the client sees why; beyond this it is cut
 // off.
 constexpr std::size_t discardLimit = 64u << 20;
-
-std::string headerValue(MHD_Connection* connection, const char* name) {
-  const char* value = MHD_lookup_connection_value(connection, MHD_HEADER_KIND, name);
-  return value ? value : "";
-}
-
-std::string lowerCase(std::string text) {
-  for (char& c : text) c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  return text;
-}
-
-std::string mediaType(const std::string& header) {
-  std::string type = header.substr(0, header.find(';'));
-  while (!type.empty() && std::isspace(static_cast<unsigned char>(type.back()))) type.pop_back();
-  return lowerCase(std::move(type));
-}
-
-std::string bearerToken(const std::string& header) {
-  constexpr std::string_view scheme = "bearer ";
-  if (header.size() <= scheme.size() || lowerCase(header.substr(0, scheme.size())) != scheme) return "";
-  return header.substr(scheme.size());
-}
-
-std::string peerAddress(MHD_Connection* connection) {
-  const auto* info = MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CLIENT_ADDRESS);
-  if (!info || !info->client_addr) return "";
-  std::array<char, INET6_ADDRSTRLEN> text{};
-  if (info->client_addr->sa_family == AF_INET6) {
-    const auto* address = reinterpret_cast<const sockaddr_in6*>(info->client_addr);
-    inet_ntop(AF_INET6, &address->sin6_addr, text.data(), text.size());
-  } else {
-    const auto* address = reinterpret_cast<const sockaddr_in*>(info->client_addr);
-    inet_ntop(AF_INET, &address->sin_addr, text.data(), text.size());
-  }
-  return text.data();
-}
-
-std::string newRequestId() {
-  std::array<unsigned char, 12> bytes{};
-  randombytes_buf(bytes.data(), bytes.size());
-  std::array<char, 25> hex{};
-  return sodium_bin2hex(hex.data(), hex.size(), bytes.data(), bytes.size());
-}
-
-MHD_Result collectArgument(void* context, MHD_ValueKind, const char* key, const char* value) {
-  auto& query = *static_cast<std::map<std::string, std::string>*>(context);
-  query.emplace(key, value ? value : "");
-  return MHD_YES;
-}
-
-/// The last address is what our own proxy added; those before it are the client's say.
-std::string forwardedAddress(MHD_Connection* connection) {
-  std::string chain = headerValue(connection, "X-Forwarded-For");
-  chain.erase(0, chain.find_last_of(", ") + 1);
-  return chain;
-}
-
-RequestHead readHead(MHD_Connection* connection, const char* path, const char* method, bool behindProxy) {
-  std::string forwarded = behindProxy ? forwardedAddress(connection) : "";
-  RequestHead head{.id = newRequestId(),
-                   .method = method,
-                   .path = path,
-                   .query = {},
-                   .contentType = mediaType(headerValue(connection, MHD_HTTP_HEADER_CONTENT_TYPE)),
-                   .bearerToken = bearerToken(headerValue(connection, MHD_HTTP_HEADER_AUTHORIZATION)),
-                   .clientAddress = forwarded.empty() ? peerAddress(connection) : std::move(forwarded)};
-  MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectArgument, &head.query);
-  return head;
-}
-
-std::optional<std::uint64_t> declaredLength(MHD_Connection* connection) {
-  const std::string text = headerValue(connection, MHD_HTTP_HEADER_CONTENT_LENGTH);
-  std::uint64_t length = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) return std::nullopt;
-  return length;
-}
 
 HttpReply tooLarge(const RequestHead& head, std::size_t limit) {
   const std::string megabytes =
@@ -134,6 +52,10 @@ struct HttpServer::Exchange {
   Steady::time_point nextBlank;
 };
 
+int socketOf(MHD_Connection* connection) {
+  return MHD_get_connection_info(connection, MHD_CONNECTION_INFO_CONNECTION_FD)->connect_fd;
+}
+
 /// The functions that the HTTP library calls, all on its event loop.
 struct HttpServer::Callbacks {
   static MHD_Result handle(void* context, MHD_Connection* connection, const char* path, const char* method,
@@ -153,6 +75,7 @@ struct HttpServer::Callbacks {
 
   static MHD_Result begin(HttpServer& server, MHD_Connection* connection, const char* path,
                           const char* method, void** slot) {
+    server.deadlines_.forget(socketOf(connection));
     auto owned = std::make_unique<ExchangePtr>(std::make_shared<Exchange>());
     Exchange& exchange = **owned;
     *slot = owned.release();
@@ -264,9 +187,18 @@ struct HttpServer::Callbacks {
     std::unique_ptr<ExchangePtr>(static_cast<ExchangePtr*>(context));
   }
 
-  static void completed(void* context, MHD_Connection*, void** slot, MHD_RequestTerminationCode) noexcept {
+  static void connected(void* context, MHD_Connection* connection, void**,
+                        MHD_ConnectionNotificationCode code) noexcept {
+    auto& server = *static_cast<HttpServer*>(context);
+    if (code == MHD_CONNECTION_NOTIFY_CLOSED) return server.deadlines_.forget(socketOf(connection));
+    server.deadlines_.await(socketOf(connection));
+  }
+
+  static void completed(void* context, MHD_Connection* connection, void** slot,
+                        MHD_RequestTerminationCode) noexcept {
     if (!*slot) return;
     auto& server = *static_cast<HttpServer*>(context);
+    server.deadlines_.await(socketOf(connection));
     const std::unique_ptr<ExchangePtr> owned(static_cast<ExchangePtr*>(*slot));
     *slot = nullptr;
     Exchange& exchange = **owned;
@@ -284,20 +216,21 @@ struct HttpServer::Callbacks {
 
 HttpServer::HttpServer(Setup setup)
     : setup_(std::move(setup)),
+      deadlines_(setup_.limits.head),
       quick_(setup_.limits.quickWorkers, 256),
       password_(setup_.limits.passwordWorkers, 64),
       lengthy_(setup_.limits.lengthyWorkers, 64) {
   unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
   if (setup_.socket.ipv6) flags |= MHD_USE_IPv6;
-  daemon_ = MHD_start_daemon(flags, 0, nullptr, nullptr, &Callbacks::handle, this, MHD_OPTION_LISTEN_SOCKET,
-                             setup_.socket.descriptor, MHD_OPTION_NOTIFY_COMPLETED, &Callbacks::completed,
-                             this, MHD_OPTION_CONNECTION_TIMEOUT,
-                             static_cast<unsigned>(setup_.limits.idle.count()), MHD_OPTION_CONNECTION_LIMIT,
-                             setup_.limits.connections, MHD_OPTION_PER_IP_CONNECTION_LIMIT,
-                             setup_.limits.connectionsPerAddress, MHD_OPTION_CONNECTION_MEMORY_LIMIT,
-                             static_cast<std::size_t>(64u << 10), MHD_OPTION_END);
+  daemon_ = MHD_start_daemon(
+      flags, 0, nullptr, nullptr, &Callbacks::handle, this, MHD_OPTION_LISTEN_SOCKET,
+      setup_.socket.descriptor, MHD_OPTION_NOTIFY_COMPLETED, &Callbacks::completed, this,
+      MHD_OPTION_NOTIFY_CONNECTION, &Callbacks::connected, this, MHD_OPTION_CONNECTION_TIMEOUT,
+      static_cast<unsigned>(setup_.limits.idle.count()), MHD_OPTION_CONNECTION_LIMIT,
+      setup_.limits.connections, MHD_OPTION_PER_IP_CONNECTION_LIMIT, setup_.limits.connectionsPerAddress,
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, static_cast<std::size_t>(64u << 10), MHD_OPTION_END);
   if (!daemon_) throw std::runtime_error("The HTTP server could not start.");
-  blanks_ = std::thread([this] { sendBlanks(); });
+  clock_ = std::thread([this] { watchTheClock(); });
 }
 
 HttpServer::~HttpServer() {
@@ -308,7 +241,7 @@ HttpServer::~HttpServer() {
     underway = underway_;
   }
   changed_.notify_all();
-  blanks_.join();
+  clock_.join();
   for (const auto& exchange : underway) {
     finish(*exchange, ending(exchange->request.head));
     exchange->stop.request_stop();
@@ -369,12 +302,14 @@ void HttpServer::forget(const ExchangePtr& exchange) {
   changed_.notify_all();
 }
 
-/// Runs on its own thread: wakes each lengthy exchange whose next blank is due.
-void HttpServer::sendBlanks() {
+/// Runs on its own thread: wakes each lengthy exchange whose next blank is due, and ends connections that are
+/// too slow.
+void HttpServer::watchTheClock() {
   std::unique_lock lock(mutex_);
   while (!ending_) {
     const auto now = Steady::now();
-    auto next = now + std::chrono::hours(1);
+    // Whoever connects meanwhile is looked at no later than this.
+    auto next = deadlines_.cutOff().value_or(now + setup_.limits.head);
     for (const auto& exchange : underway_) {
       if (exchange->admission.effort != Effort::lengthy) continue;
       std::lock_guard exchangeLock(exchange->mutex);

@@ -12,6 +12,7 @@
 #include <string>
 #include <thread>
 
+#include "localserver/HeaderDeadlines.h"
 #include "localserver/Http.h"
 #include "localserver/WorkerPool.h"
 
@@ -34,6 +35,8 @@ class HttpServer {
  public:
   struct Limits {
     std::chrono::seconds idle{30};
+    /// From the connection, or the last reply on it, to the end of the headers.
+    std::chrono::milliseconds head{30'000};
     /// From the headers to the last byte of the body.
     std::chrono::seconds upload{300};
     std::chrono::milliseconds blankEvery{10'000};
@@ -70,7 +73,7 @@ class HttpServer {
   bool take(const ExchangePtr& exchange);
   void finish(Exchange& exchange, HttpReply reply);
   void forget(const ExchangePtr& exchange);
-  void sendBlanks();
+  void watchTheClock();
   WorkerPool& workers(Effort effort);
 
   Setup setup_;
@@ -81,10 +84,11 @@ class HttpServer {
   std::set<ExchangePtr> underway_;
   bool ending_ = false;
 
+  HeaderDeadlines deadlines_;
   WorkerPool quick_;
   WorkerPool password_;
   WorkerPool lengthy_;
-  std::thread blanks_;
+  std::thread clock_;
 };
 
 }  // namespace pell::localserver

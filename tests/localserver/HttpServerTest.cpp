@@ -123,6 +123,22 @@ TEST_F(HttpServerTest, AClientThatStopsInTheMiddleIsCutOff) {
   expectOthersServed();
 }
 
+TEST_F(HttpServerTest, AHeadThatComesByDripsIsCutOff) {
+  start({.head = std::chrono::milliseconds(300)});
+  RawConnection connection(port_);
+  std::string head = "GET /echo HTTP/1.1\r\nX: ";
+  const auto began = std::chrono::steady_clock::now();
+  std::jthread dripper([&](const std::stop_token& stop) {
+    for (; !stop.stop_requested(); head = "x") {
+      connection.write(head);
+      std::this_thread::sleep_for(std::chrono::milliseconds(20));
+    }
+  });
+  EXPECT_EQ(connection.read(), "");
+  EXPECT_LT(std::chrono::steady_clock::now() - began, std::chrono::seconds(10));
+  expectOthersServed();
+}
+
 TEST_F(HttpServerTest, BodiesPastTheLimitAreRefusedUnread) {
   start();
   struct {

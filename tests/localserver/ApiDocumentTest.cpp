@@ -1,0 +1,237 @@
+// Holds the server to docs/server-api.md: each sentence of it that a program can read is tried.
+#include <cstring>
+#include <fstream>
+#include <regex>
+#include <set>
+#include <sstream>
+
+#include "ServerFixture.h"
+#include "SoundFile.h"
+#include "SourceTree.h"
+
+namespace pell::localserver {
+namespace {
+
+using nlohmann::json;
+
+/// A piece of the document under one heading.
+struct Section {
+  std::string title;
+  /// "`key`" to its type and whether it is required.
+  std::map<std::string, std::pair<std::string, bool>> keys;
+  /// Codes and their status.
+  std::map<std::string, int> codes;
+  /// The example of a request.
+  std::string body;
+  std::string text;
+};
+
+std::vector<Section> readDocument() {
+  std::ifstream stream(pell::testing::sourceTree() / "docs/server-api.md");
+  std::vector<Section> sections(1);
+  const std::regex key(R"(\| `([\w.]+)` \| (string|number|integer|boolean|array) \| (yes|no) \|.*)");
+  const std::regex code(R"re(\| ((?:`[A-Z_]+`,? ?)+) \| (\d{3}) \|.*)re");
+  bool inExample = false;
+  for (std::string line; std::getline(stream, line);) {
+    std::smatch match;
+    Section& section = sections.back();
+    if (line.starts_with("## ") || line.starts_with("### ")) {
+      sections.push_back({.title = line.substr(line.find(' ') + 1)});
+    } else if (line.starts_with("```")) {
+      inExample = line == "```json";
+    } else if (inExample) {
+      section.body += line;
+    } else if (std::regex_match(line, match, key)) {
+      section.keys[match[1]] = {match[2], match[3] == "yes"};
+    } else if (std::regex_match(line, match, code)) {
+      const std::string names = match[1];
+      const std::regex name("[A-Z_]+");
+      for (std::sregex_iterator found(names.begin(), names.end(), name); found != std::sregex_iterator();
+           ++found) {
+        section.codes[found->str()] = std::stoi(match[2]);
+      }
+    } else {
+      section.text += line + "\n";
+    }
+  }
+  return sections;
+}
+
+bool isOf(const std::string& type, const json& value) {
+  if (type == "integer") return value.is_number_integer();
+  if (type == "number") return value.is_number();
+  return value.type_name() == type;
+}
+
+/// The leaves of a reply by their path; items of an array of objects share theirs.
+void collect(const json& value, const std::string& path, std::multimap<std::string, json>& leaves) {
+  const bool records = value.is_array() && !value.empty() && value.front().is_object();
+  if (value.is_object()) {
+    for (const auto& [key, item] : value.items())
+      collect(item, path.empty() ? key : path + "." + key, leaves);
+  } else if (records) {
+    for (const json& item : value) collect(item, path, leaves);
+  } else {
+    leaves.emplace(path, value);
+  }
+}
+
+/// 31 minutes at a rate so low that they fit into the limit of a body.
+std::string longRecording() {
+  constexpr std::uint32_t rate = 4000;
+  std::string file = wavFile(Pcm(std::size_t{31} * 60 * rate));
+  const std::uint32_t rates[] = {rate, rate * 2};  // of samples, of bytes
+  std::memcpy(file.data() + 24, rates, sizeof rates);
+  return file;
+}
+
+class ApiDocumentTest : public ServerFixture {
+ protected:
+  const Section& section(const std::string& title) {
+    for (const Section& each : document_) {
+      if (each.title.substr(0, each.title.find('?')) == title) return each;
+    }
+    ADD_FAILURE() << title << " is not in the document";
+    return document_.front();
+  }
+
+  void expectReply(const Section& where, const json& reply) {
+    std::multimap<std::string, json> leaves;
+    collect(reply, "", leaves);
+    for (const auto& [path, value] : leaves) {
+      const auto known = where.keys.find(path);
+      if (known == where.keys.end()) {
+        ADD_FAILURE() << where.title << " replies with " << path << ", which is not documented";
+      } else {
+        EXPECT_TRUE(isOf(known->second.first, value)) << where.title << ": " << path << " is " << value;
+      }
+    }
+    for (const auto& [path, what] : where.keys) {
+      if (what.second) EXPECT_TRUE(leaves.contains(path)) << where.title << " replies without " << path;
+    }
+  }
+
+  /// A request as the document describes it, of a user who is signed in.
+  Ask asDocumented(const Route& route, const json& session) {
+    Ask ask{.method = route.method, .path = route.path};
+    if (route.access == Access::signedIn) ask.token = session["accessToken"];
+    if (route.body == BodyKind::audio) {
+      ask.contentType = "audio/mp4";
+      ask.body = mp4File(tone(1));
+    } else if (route.body == BodyKind::json) {
+      ask.contentType = "application/json";
+      ask.body = section(route.method + " " + route.path).body;
+      const auto placeholder = ask.body.find("REFRESH_TOKEN");
+      if (placeholder != std::string::npos) ask.body.replace(placeholder, 13, session["refreshToken"]);
+    } else if (route.body == BodyKind::form) {
+      ask.contentType = "application/x-www-form-urlencoded";
+      ask.body = "token=x&password=a+long+password";
+    }
+    return ask;
+  }
+
+  const std::vector<Section> document_ = readDocument();
+};
+
+TEST_F(ApiDocumentTest, NamesEveryEndpointAndNoOther) {
+  start(hello);
+  std::multiset<std::string> documented;
+  std::multiset<std::string> there;
+  const std::regex endpoint(R"(((?:GET|POST|PATCH|DELETE) /[\w/-]+).*)");
+  for (const Section& each : document_) {
+    std::smatch match;
+    if (std::regex_match(each.title, match, endpoint)) documented.insert(match[1]);
+  }
+  for (const Route& route : server_->routes()) there.insert(route.method + " " + route.path);
+  EXPECT_EQ(documented, there);
+}
+
+TEST_F(ApiDocumentTest, EveryEndpointRepliesAsItSays) {
+  std::ofstream(directory_.path() / "app-config.json") << R"({"payload":"p","signature":"s","keyId":"k"})";
+  start(hello);
+  const std::set<std::string> sessions = {"/api/v1/auth/register", "/api/v1/auth/login",
+                                          "/api/v1/auth/refresh"};
+  signUp();
+  for (const Route& route : server_->routes()) {
+    const std::string title = route.method + " " + route.path;
+    const bool isPage = !route.path.starts_with("/api/");
+    const json session = signIn("correct horse").json();
+    const Answer answer = send(server_->port(), asDocumented(route, session));
+    if (isPage) {
+      EXPECT_EQ(answer.status, route.path == "/verify-email" && route.method == "GET" ? 200 : 410) << title;
+      EXPECT_TRUE(answer.headers.at("content-type").starts_with("text/html")) << title;
+    } else {
+      ASSERT_EQ(answer.status, 200) << title << ": " << answer.body;
+      expectReply(section(sessions.contains(route.path) ? "The session record" : title), answer.json());
+    }
+    const bool saysSignedIn = section(title).text.starts_with("\nSigned in");
+    EXPECT_EQ(route.access == Access::signedIn, saysSignedIn) << title;
+    if (route.method == "DELETE") signUp();
+  }
+}
+
+TEST_F(ApiDocumentTest, EveryCodeStandsWithItsStatusWhereItComes) {
+  Options options;
+  options.minutesPerMonth = 1;
+  start("exit 1", options);
+  const std::string token = signUp();
+  const std::string sound = wavFile(tone(1));
+  const auto with = [](Ask ask, const std::string& type, const std::string& body) {
+    ask.contentType = type;
+    ask.body = body;
+    return ask;
+  };
+  const std::string js = "application/json";
+  const auto ask = [&](const std::string& method, const std::string& path, const std::string& body = "") {
+    return Ask{.method = method, .path = "/api/v1" + path, .token = token, .contentType = js, .body = body};
+  };
+  const std::vector<Ask> provocations = {
+      ask("POST", "/auth/register", "{}"),
+      ask("POST", "/auth/register", R"({"email":"x","password":"correct horse"})"),
+      ask("POST", "/auth/register", R"({"email":"x@y","password":"short"})"),
+      ask("POST", "/auth/register", R"({"email":"ann@example.org","password":"correct horse"})"),
+      ask("POST", "/auth/login", R"({"email":"ann@example.org","password":"wrong"})"),
+      ask("POST", "/auth/refresh", R"({"refreshToken":"x"})"),
+      ask("PATCH", "/me/preferences", R"({"cleanupPromptVersion":""})"),
+      ask("POST", "/me/achievements", R"({"milestone":"x"})"),
+      ask("PUT", "/me"),
+      with(ask("POST", "/auth/login"), "text/plain", "x"),
+      with(ask("POST", "/auth/login"), js, std::string(70'000, ' ')),
+      {.path = "/api/v1/me"},
+      with(ask("POST", "/transcribe?language=xx"), "audio/wav", sound),
+      with(ask("POST", "/transcribe"), "audio/wav", "no sound"),
+      with(ask("POST", "/transcribe"), "audio/wav", longRecording()),
+      with(ask("POST", "/transcribe"), "audio/wav", sound),
+      ask("GET", "/app-config"),
+  };
+  std::map<std::string, int> documented;
+  for (const Section& each : document_) documented.insert(each.codes.begin(), each.codes.end());
+  std::set<std::string> seen;
+  const auto expectDocumented = [&](const std::string& title, const Answer& answer) {
+    const std::string code = answer.errorCode();
+    seen.insert(code);
+    const Section& general = section("Errors");
+    const bool here = general.codes.contains(code) || section(title).codes.contains(code);
+    EXPECT_TRUE(here) << title << " answers with " << code;
+    EXPECT_EQ(documented[code], answer.status) << code;
+  };
+  for (const Ask& each : provocations) {
+    const std::string path = each.path.substr(0, each.path.find('?'));
+    const bool known = each.method != "PUT";
+    expectDocumented(known ? each.method + " " + path : "Errors", send(server_->port(), each));
+  }
+  start(hello, options);
+  transcribe(token, wavFile(tone(61)), "", "audio/wav");
+  expectDocumented("POST /api/v1/transcribe", transcribe(token, sound, "", "audio/wav"));
+  options.authAttemptsPerMinute = 1;
+  start(hello, options);
+  signIn("correct horse");
+  expectDocumented("POST /api/v1/auth/login", signIn("correct horse"));
+
+  // The rest takes a fault or a server that is about to end; other tests have them.
+  for (const char* rare : {"INTERNAL", "BUSY", "UNAVAILABLE"}) seen.insert(rare);
+  for (const auto& [code, status] : documented) EXPECT_TRUE(seen.contains(code)) << code << " never comes";
+}
+
+}  // namespace
+}  // namespace pell::localserver
