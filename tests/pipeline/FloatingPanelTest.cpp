@@ -13,7 +13,6 @@ namespace {
 
 using enum PanelPresentation;
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 using testing::MemoryLog;
 
 TEST(PanelPolicyTest, EveryCombinationIsDecided) {
@@ -44,40 +43,13 @@ TEST(PanelPolicyTest, EveryCombinationIsDecided) {
   }
 }
 
-/// A window that keeps the story of what was done to it.
-struct RecordedWindow final : PanelWindow {
-  RecordedWindow(PanelSize size, std::vector<std::string>& story_) : story(story_) { rect.size = size; }
-
-  std::vector<std::string>& story;
-  PanelRect rect;
-  bool visible = false;
-
-  PanelRect frame() const override { return rect; }
-  bool isVisible() const override { return visible; }
-  void setContentSize(PanelSize size) override {
-    rect.size = size;
-    story.emplace_back("size");
-  }
-  void setHasShadow(bool hasShadow) override { story.emplace_back(hasShadow ? "shadow" : "no shadow"); }
-  void setFrameOrigin(PanelPoint origin) override {
-    rect.origin = origin;
-    story.emplace_back("place");
-  }
-  void invalidateShadow() override {}
-  void orderFront() override {
-    visible = true;
-    story.emplace_back("front");
-  }
-  void orderOut() override {
-    visible = false;
-    story.emplace_back("out");
-  }
-};
-
-struct TwoScreens final : PanelScreens {
+/// The desktop that the panel stands on, with the story of what was done to its window.
+struct Desk final : PanelScreens {
   PanelPoint mouse{100, 100};
   std::vector<Screen> all{{.frame = {{0, 0}, {1001, 800}}, .visibleFrame = {{0, 40}, {1001, 730}}},
                           {.frame = {{1001, -200}, {600, 1000}}, .visibleFrame = {{1001, -200}, {600, 970}}}};
+  PanelRect rect;
+  std::string story;
 
   PanelPoint mouseLocation() const override { return mouse; }
   std::vector<Screen> screens() const override { return all; }
@@ -86,150 +58,112 @@ struct TwoScreens final : PanelScreens {
   }
 };
 
-class FloatingPanelTest : public ::testing::Test {
- protected:
-  MemoryLog sink;
-  Log log{sink};
-  TwoScreens screens;
-  std::vector<std::string> story;
-  RecordedWindow* window = nullptr;
-  int windows = 0;
-  FloatingPanelController panel{{.makeWindow =
-                                     [this](PanelSize size, PanelState&) {
-                                       auto made = std::make_unique<RecordedWindow>(size, story);
-                                       window = made.get();
-                                       ++windows;
-                                       return made;
-                                     },
-                                 .screens = screens,
-                                 .log = log}};
-
-  std::vector<std::string> apply(PanelPresentation presentation) {
-    story.clear();
-    panel.apply(presentation, "poll");
-    return story;
+struct Window final : PanelWindow {
+  explicit Window(Desk& its) : desk(its) {}
+  Desk& desk;
+  PanelRect frame() const override { return desk.rect; }
+  bool isVisible() const override { return true; }
+  void setContentSize(PanelSize size) override { desk.rect.size = size; }
+  void setHasShadow(bool hasShadow) override { desk.story += hasShadow ? "shadow " : "flat "; }
+  void setFrameOrigin(PanelPoint origin) override {
+    desk.rect.origin = origin;
+    desk.story += "place ";
   }
+  void invalidateShadow() override {}
+  void orderFront() override { desk.story += "front"; }
+  void orderOut() override { desk.story += "out"; }
 };
 
-TEST_F(FloatingPanelTest, ShowsPlacesAndHidesTheOneWindow) {
-  EXPECT_THAT(apply(hidden), IsEmpty());
-  EXPECT_EQ(windows, 0);
-
-  EXPECT_THAT(apply(collapsed), ElementsAre("size", "no shadow", "place", "front"));
-  EXPECT_EQ(window->rect, (PanelRect{{381, 48}, {240, 88}}));  // 380.5, rounded
-  panel.state().hovering = true;
-
-  EXPECT_THAT(apply(expanded), ElementsAre("size", "shadow", "place", "front"));
-  EXPECT_EQ(window->rect, (PanelRect{{331, 130}, {340, 74}}));
-  EXPECT_EQ(panel.state().presentation, expanded);
-  EXPECT_FALSE(panel.state().hovering);
-
-  EXPECT_THAT(apply(hidden), ElementsAre("out"));
-  EXPECT_THAT(apply(hidden), IsEmpty());
-  EXPECT_THAT(apply(expanded), ElementsAre("size", "shadow", "place", "front"));
-  EXPECT_EQ(windows, 1);
-  EXPECT_THAT(sink.events(), ElementsAre("INFO bar_shown", "INFO hud_shown", "INFO hud_hidden",  //
-                                         "INFO hud_shown"));
-  const auto shown = sink.lines("bar_shown").at(0);
-  EXPECT_EQ(shown["frame"], "{{381, 48}, {240, 88}}");
-  EXPECT_EQ(shown["visible"], true);
-  EXPECT_EQ(shown["trigger"], "poll");
-}
-
-TEST_F(FloatingPanelTest, FollowsTheMouseInSilence) {
-  apply(expanded);
-  const std::size_t lines = sink.lines().size();
-  EXPECT_THAT(apply(expanded), IsEmpty());
-  screens.mouse = {1001, 0};
-  EXPECT_THAT(apply(expanded), ElementsAre("place", "front"));
-  EXPECT_EQ(window->rect.origin, (PanelPoint{1131, -110}));
-  screens.mouse = {5000, 5000};  // between the screens: the main one
-  EXPECT_THAT(apply(expanded), ElementsAre("place", "front"));
-  EXPECT_EQ(window->rect.origin, (PanelPoint{331, 130}));
-  screens.all.clear();
-  EXPECT_THAT(apply(expanded), IsEmpty());
-  EXPECT_EQ(sink.lines().size(), lines);
-  EXPECT_THAT(apply(collapsed), ElementsAre("size", "no shadow", "front"));
-}
-
-TEST_F(FloatingPanelTest, HoveringEndsWithTheBar) {
-  for (const auto next : {hidden, expanded}) {
-    apply(collapsed);
-    panel.state().hovering = true;
-    apply(collapsed);
-    EXPECT_TRUE(panel.state().hovering);
-    apply(next);
-    EXPECT_FALSE(panel.state().hovering);
+TEST(FloatingPanelTest, ShowsPlacesAndHidesTheOneWindow) {
+  MemoryLog sink;
+  const Log log(sink);
+  Desk desk;
+  int windows = 0;
+  const auto make = [&](PanelSize, PanelState&) { return ++windows, std::make_unique<Window>(desk); };
+  FloatingPanelController panel({.makeWindow = make, .screens = desk, .log = log});
+  struct Step {
+    PanelPresentation presentation;
+    PanelPoint mouse;
+    std::string story;  // what it takes
+    PanelPoint origin;
+  };
+  const std::vector<Step> steps{
+      {hidden, {100, 100}, "", {}},
+      {collapsed, {100, 100}, "flat place front", {381, 48}},  // half a point, rounded
+      {collapsed, {900, 700}, "", {381, 48}},
+      {expanded, {900, 700}, "shadow place front", {331, 130}},
+      {expanded, {1001, 0}, "place front", {1131, -110}},   // to the other screen, in silence
+      {expanded, {5000, 5000}, "place front", {331, 130}},  // between the screens: the main one
+      {hidden, {100, 100}, "out", {331, 130}},
+      {hidden, {100, 100}, "", {331, 130}},
+      {collapsed, {100, 100}, "flat place front", {381, 48}},
+      {hidden, {100, 100}, "out", {381, 48}}};
+  for (const Step& step : steps) {
+    desk.mouse = step.mouse;
+    desk.story.clear();
+    panel.apply(step.presentation, "poll");
+    EXPECT_EQ(desk.story, step.story);
+    EXPECT_EQ(desk.rect.origin, step.origin);
+    if (step.presentation != collapsed) {
+      EXPECT_FALSE(panel.state().hovering) << "the card would be open the next time";
+    }
+    panel.state().hovering = step.presentation == collapsed;
   }
+  EXPECT_EQ(windows, 1);
+  EXPECT_THAT(sink.events(), ElementsAre("INFO bar_shown", "INFO hud_shown", "INFO hud_hidden",
+                                         "INFO bar_shown", "INFO hud_hidden"));
+  EXPECT_EQ(sink.lines()[0]["frame"], "{{381, 48}, {240, 88}}");
+  desk.all.clear();  // no screen: shown where it stands
+  desk.story.clear();
+  panel.apply(expanded, "poll");
+  panel.apply(expanded, "poll");
+  EXPECT_EQ(desk.story, "shadow front");
 }
 
 TEST(HudContentTest, EveryStateSaysWhatItIs) {
-  const auto words = testing::MemoryPlatform::words();
-  const std::string key = glyph(HotKeyTrigger::holdOption, words);
   const OnboardingModel::HUDCoaching hint{.title = "Try it", .subtitle = "Hold.", .dismissible = true};
-  const OnboardingModel::HUDCoaching praise{
-      .title = "Well done", .subtitle = "It went in.", .delivered = true};
+  const OnboardingModel::HUDCoaching praise{.title = "Done", .subtitle = "It went in.", .delivered = true};
   const DictationStyle style{.id = "s", .title = "Slack", .description = ""};
-  using Click = HudContent::Click;
-  using Icon = HudContent::Icon;
-  using Tint = HudContent::Tint;
   struct Case {
     HudInput input;
-    HudContent expected;
+    std::string icon;
+    std::string texts;  // the two lines, and what is shown beside them
+    HudContent::Click click = HudContent::Click::nothing;
   };
   const std::vector<Case> cases{
-      {{}, {.symbol = "mic", .title = "Pell", .secondLine = key}},
-      {{.coaching = hint},
-       {.symbol = "mic.fill",
-        .tint = Tint::accent,
-        .title = "Try it",
-        .secondLine = "Hold.",
-        .offersDismissal = true}},
+      {{}, "mic", "Pell|⌥"},
+      {{.coaching = hint}, "mic.fill", "Try it|Hold.|dismissible"},
       {{.coaching = praise},
-       {.symbol = "checkmark.circle.fill",
-        .tint = Tint::accent,
-        .title = "Well done",
-        .secondLine = "It went in.",
-        .click = Click::completeDictateElsewhere}},
+       "checkmark.circle.fill",
+       "Done|It went in.",
+       HudContent::Click::completeDictateElsewhere},
       {{.phase = phase::Recording{},
         .elapsedSeconds = 65,
-        .coaching = praise,
+        .coaching = hint,
         .activeStyle = style,
         .activeStyleSource = StyleResolver::Source::app},
-       {.icon = Icon::recordingDot,
-        .title = "Listening…",
-        .secondLine = "Release " + key + " to finish · esc cancels",
-        .showsLevel = true,
-        .elapsed = "01:05",
-        .style = HudContent::StyleBadge{"Slack", std::string(*label(StyleResolver::Source::app))}}},
-      {{.phase = phase::Recording{},
-        .trigger = HotKeyTrigger::toggleControlOptionSpace,
-        .activeStyle = style},
-       {.icon = Icon::recordingDot,
-        .title = "Listening…",
-        .secondLine = "Press ⌃⌥Space to finish · esc cancels",
-        .showsLevel = true,
-        .elapsed = "00:00",
-        .style = HudContent::StyleBadge{"Slack", std::nullopt}}},
-      {{.phase = phase::Transcribing{}, .coaching = praise, .activeStyle = style},
-       {.icon = Icon::spinner, .title = "Transcribing…", .secondLine = key}},
-      {{.phase = phase::Transcribing{}, .isPolishing = true},
-       {.icon = Icon::spinner, .title = "Polishing…", .secondLine = key}},
-      {{.phase = phase::Finished{"3 words"}},
-       {.symbol = "checkmark.circle.fill", .tint = Tint::accent, .title = "3 words", .secondLine = key}},
+       "",
+       "Listening…|Release ⌥ to finish · esc cancels|01:05|Slack this app"},
+      {{.phase = phase::Recording{}, .trigger = HotKeyTrigger::toggleControlOptionSpace},
+       "",
+       "Listening…|Press ⌃⌥Space to finish · esc cancels|00:00"},
+      {{.phase = phase::Transcribing{}, .coaching = praise, .activeStyle = style}, "", "Transcribing…|⌥"},
+      {{.phase = phase::Transcribing{}, .isPolishing = true}, "", "Polishing…|⌥"},
+      {{.phase = phase::Finished{"3 words"}}, "checkmark.circle.fill", "3 words|⌥"},
       {{.phase = phase::Failed{"No network."}, .coaching = praise},
-       {.symbol = "exclamationmark.triangle.fill",
-        .tint = Tint::danger,
-        .title = "Dictation failed",
-        .secondLine = "No network.",
-        .click = Click::clearMessage,
-        .tooltip = "Click to dismiss"}},
-  };
-  for (std::size_t at = 0; at < cases.size(); ++at) {
-    EXPECT_TRUE(HudContent::of(cases[at].input, words) == cases[at].expected) << "case " << at;
+       "exclamationmark.triangle.fill",
+       "Dictation failed|No network.",
+       HudContent::Click::clearMessage}};
+  for (const Case& c : cases) {
+    const auto content = HudContent::of(c.input, testing::MemoryPlatform::words());
+    std::string texts = content.title + "|" + content.secondLine;
+    if (content.elapsed) texts += "|" + *content.elapsed;
+    if (content.style) texts += "|" + content.style->title + " " + content.style->reason.value_or("");
+    if (content.offersDismissal) texts += "|dismissible";
+    EXPECT_EQ(texts, c.texts);
+    EXPECT_EQ(content.symbol, c.icon) << c.texts;
+    EXPECT_EQ(content.click, c.click) << c.texts;
   }
-  EXPECT_EQ(BarContent::hint(HotKeyTrigger::holdOption, words), "or hold " + key);
-  EXPECT_EQ(BarContent::hint(HotKeyTrigger::toggleControlOptionSpace, words), "or press ⌃⌥Space");
 }
 
 }  // namespace
