@@ -91,7 +91,8 @@ Task<bool> Recorder::requestPermission() {
 Task<bool> Recorder::start() {
   if (std::holds_alternative<Recording>(state_)) co_return true;
   setState(RequestingPermission{});
-  if (!co_await requestPermission()) {
+  bool allowed = co_await requestPermission();
+  if (!allowed) {
     co_return failStart(
         dependencies_.words("Pell needs microphone access. Open System Settings › Privacy & Security › "
                             "Microphone and switch Pell on."));
