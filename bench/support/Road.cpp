@@ -16,6 +16,7 @@ Platform withServer(const Platform& real, HttpSession& server) {
           .clock = real.clock,
           .build = real.build,
           .locations = real.locations,
+          .installation = real.installation,
           .words = real.words,
           .localeOfDates = real.localeOfDates,
           .log = real.log,

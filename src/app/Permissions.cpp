@@ -1,5 +1,7 @@
 #include "app/Permissions.h"
 
+#include <utility>
+
 #include "platform/AccessibilityTree.h"
 #include "platform/Workspace.h"
 
@@ -22,6 +24,10 @@ bool Permissions::hasMicrophone() const { return microphoneStatus() == Microphon
 bool Permissions::hasMicrophoneDevice() const { return audio_.hasDefaultDevice(); }
 
 bool Permissions::requestAccessibility() { return accessibility_.requestTrust(); }
+
+void Permissions::requestMicrophone(std::function<void(bool granted)> answer) {
+  audio_.requestAccess(std::move(answer));
+}
 
 void Permissions::openAccessibilitySettings() { workspace_.open(accessibilitySettings); }
 

@@ -1,6 +1,8 @@
 // The two grants that dictation needs of the platform, in one place.
 #pragma once
 
+#include <functional>
+
 #include "platform/AudioCapture.h"
 
 namespace pell {
@@ -21,6 +23,9 @@ class Permissions {
 
   /// Asks for the accessibility grant, with the platform's prompt. True if it was there already.
   bool requestAccessibility();
+
+  /// Asks the user for the microphone. The answer may come on any thread, once.
+  void requestMicrophone(std::function<void(bool granted)> answer);
 
   /// Open the places where the user can grant these by hand. A place that does not open goes unnoticed.
   void openAccessibilitySettings();

@@ -4,6 +4,7 @@
 
 #include "main/Essentials.h"
 #include "platform/linux/ApplicationIdentity.h"
+#include "platform/linux/LinuxInstallation.h"
 #include "platform/linux/LinuxWords.h"
 #include "platform/portable/DateLocale.h"
 #include "platform/portable/ThreadExecutor.h"
@@ -19,6 +20,13 @@ std::optional<LinuxPlatform::Unavailable> take(Opening opening, std::unique_ptr<
   }
   place = std::move(std::get<std::unique_ptr<Service>>(opening));
   return std::nullopt;
+}
+
+/// Without it the accessibility grant never comes, so the reason has to be somewhere.
+bool inputIsAvailable(const Log& log) {
+  const auto reason = whyX11InputIsUnavailable();
+  if (!reason.empty()) log.warn("input_unavailable", {{"reason", reason}});
+  return reason.empty();
 }
 
 }  // namespace
@@ -49,7 +57,7 @@ LinuxPlatform::LinuxPlatform(Essentials& essentials, Desktop desktop)
                             return application ? application->processIdentifier : 0;
                           },
                       .own = &ownElements_,
-                      .alsoNeeded = [available = whyX11InputIsUnavailable().empty()] { return available; }}),
+                      .alsoNeeded = [available = inputIsAvailable(essentials.log())] { return available; }}),
       eventTaps_(main_, essentials.log()),
       audio_(main_, essentials.defaults(), essentials.log()),
       loginItem_(essentials.locations().configHome(), AutostartLoginItem::thisProgram()) {}
@@ -60,6 +68,7 @@ Platform LinuxPlatform::record() {
           .clock = essentials_.clock(),
           .build = essentials_.build(),
           .locations = essentials_.locations().locations(),
+          .installation = linuxInstallation(),
           .words = linuxWords(),
           .localeOfDates = localeOfDates(),
           .log = essentials_.logSink(),

@@ -6,6 +6,7 @@
 
 #include "async/Executor.h"
 #include "platform/BuildInfo.h"
+#include "platform/Installation.h"
 #include "platform/Words.h"
 
 namespace pell {
@@ -33,6 +34,7 @@ struct Platform {
   WallClock& clock;
   BuildInfo build;
   Locations locations;
+  Installation installation;
   Words words;
   std::string localeOfDates;  // as ICU names it; decides how dates are written
   LogSink& log;

@@ -3,6 +3,7 @@
 
 #include "platform/Platform.h"
 #include "support/MemoryAccessibilityTree.h"
+#include "support/MemoryApplicationMover.h"
 #include "support/MemoryAudioCapture.h"
 #include "support/MemoryDesktop.h"
 #include "support/MemoryEventTaps.h"
@@ -49,6 +50,8 @@ class MemoryPlatform {
   MemoryLoginItem loginItem;
   MemoryActivity activity;
   MemorySounds sounds;
+  MemoryApplicationMover mover;
+  Installation installation{.bundle = "/Applications/Pell.app", .placement = {}, .mover = &mover};
 
   std::filesystem::path support() const { return directory.path() / "support"; }
   std::filesystem::path scratch() const { return directory.path() / "scratch"; }
@@ -63,6 +66,7 @@ class MemoryPlatform {
             .clock = time,
             .build = build,
             .locations = {.applicationSupport = support(), .scratch = scratch()},
+            .installation = installation,
             .words = words(),
             .localeOfDates = "en_US",
             .log = log,
