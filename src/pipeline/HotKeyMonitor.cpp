@@ -10,6 +10,11 @@ HotKeyMonitor::HotKeyMonitor(EventTapService& taps, Executor& main, const Log& l
 HotKeyMonitor::~HotKeyMonitor() { stop(); }
 
 bool HotKeyMonitor::start(HotKeyTrigger trigger) {
+  unavailableLogged_ = false;
+  return build(trigger);
+}
+
+bool HotKeyMonitor::build(HotKeyTrigger trigger) {
   if (suspendedUntil_ && main_.now() < *suspendedUntil_) return false;
   stop();
   trigger_ = trigger;
@@ -18,9 +23,10 @@ bool HotKeyMonitor::start(HotKeyTrigger trigger) {
   tap_ = taps_.createTap(active ? TapMode::active : TapMode::listenOnly,
                          [this](const TapEvent& event) { return tapEvent(event); });
   if (!tap_) {
-    log_.warn("hotkey_tap_unavailable");
+    if (!std::exchange(unavailableLogged_, true)) log_.warn("hotkey_tap_unavailable");
     return false;
   }
+  unavailableLogged_ = false;
   tap_->setEnabled(true);
   log_.info("hotkey_started", {{"trigger", rawValue(trigger)}, {"active_tap", active}});
   return true;
@@ -39,7 +45,7 @@ void HotKeyMonitor::stop() {
 
 bool HotKeyMonitor::ensureRunning(HotKeyTrigger trigger) {
   if (!shouldStart(isActive(), trigger_, trigger)) return true;
-  const bool started = start(trigger);
+  const bool started = build(trigger);
   if (started && wasSuspended_) log_.warn("hotkey_tap_resumed");
   wasSuspended_ = false;
   return started;

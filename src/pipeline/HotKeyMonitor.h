@@ -42,7 +42,8 @@ class HotKeyMonitor {
   /// Takes the tap down and forgets the press. A recording in progress is told nothing.
   void stop();
 
-  /// `start`, unless the monitor already runs with `trigger`, so that a hold survives.
+  /// `start`, unless the monitor already runs with `trigger`, so that a hold survives. Whoever calls this
+  /// again and again reads of a tap that cannot be made once in each run of failures.
   bool ensureRunning(HotKeyTrigger trigger);
 
   bool isActive() const { return tap_ != nullptr; }
@@ -53,6 +54,7 @@ class HotKeyMonitor {
   std::function<void()> onShortTap;
 
  private:
+  bool build(HotKeyTrigger trigger);
   bool tapEvent(const TapEvent& event);
   bool handle(const TapEvent& event);
   void handleEscape();
@@ -84,6 +86,7 @@ class HotKeyMonitor {
   std::vector<Instant> reenables_;
   std::optional<Instant> suspendedUntil_;
   bool wasSuspended_ = false;
+  bool unavailableLogged_ = false;
 
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);  // what is posted asks whether we still are
 };

@@ -100,6 +100,21 @@ TEST_F(AppDelegateTest, FollowsTheAccessibilityGrant) {
   EXPECT_EQ(desk.log.count("accessibility_changed"), 4u);
 }
 
+TEST_F(AppDelegateTest, SaysOncePerRunOfFailuresThatTheKeyCannotBeWatched) {
+  desk.taps.available = false;
+  launch();
+  poll(3);
+  desk.taps.available = true;
+  poll();
+  EXPECT_TRUE(delegate->hotKeys().isActive());
+  desk.taps.available = false;
+  delegate->settings().trigger = HotKeyTrigger::holdFn;
+  poll(3);
+  EXPECT_FALSE(delegate->hotKeys().isActive());
+  EXPECT_EQ(desk.log.count("hotkey_arm_failed"), 2u);
+  EXPECT_EQ(desk.log.count("hotkey_tap_unavailable"), 2u);
+}
+
 TEST_F(AppDelegateTest, AChangedTriggerReachesTheMonitorByThePoll) {
   launch();
   delegate->settings().trigger = HotKeyTrigger::toggleControlOptionSpace;
