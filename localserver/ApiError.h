@@ -1,6 +1,7 @@
 // The one shape in which this server says no.
 #pragma once
 
+#include <chrono>
 #include <exception>
 #include <string>
 
@@ -12,6 +13,8 @@ struct ApiError {
   int status = 500;
   std::string code;
   std::string message;
+  /// With status 429: when to come back.
+  std::chrono::seconds retryAfter{60};
 
   friend bool operator==(const ApiError&, const ApiError&) = default;
 };

@@ -31,9 +31,11 @@ void MailedLinks::resendVerification(const std::string& userId) {
   const auto user = setup_.storage.userById(userId);
   if (!user || user->emailVerified) return;
   if (!mayWrite(TokenKind::emailVerification, userId)) {
-    throw Refusal({429, "TOO_MANY_ATTEMPTS",
-                   "A few messages are on their way to you already. Look into your inbox and your spam "
-                   "folder, or try again in an hour."});
+    throw Refusal({.status = 429,
+                   .code = "TOO_MANY_ATTEMPTS",
+                   .message = "A few messages are on their way to you already. Look into your inbox and your "
+                              "spam folder, or try again in an hour.",
+                   .retryAfter = std::chrono::hours(1)});
   }
   sendVerification(*user);
 }

@@ -110,7 +110,9 @@ HttpReply Router::guarded(const RequestHead& head, const std::function<HttpReply
   } catch (const Refusal& refusal) {
     HttpReply reply = errorReply(refusal.error(), head.id);
     if (reply.status == 401) reply.headers.emplace_back("WWW-Authenticate", "Bearer");
-    if (reply.status == 429) reply.headers.emplace_back("Retry-After", "60");
+    if (reply.status == 429) {
+      reply.headers.emplace_back("Retry-After", std::to_string(refusal.error().retryAfter.count()));
+    }
     if (reply.status == 405) {
       for (const Route& route : setup_.routes) {
         if (route.path == head.path) reply.headers.emplace_back("Allow", route.method);

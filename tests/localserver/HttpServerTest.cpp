@@ -18,11 +18,11 @@ class TestApplication : public HttpApplication {
   Admission admit(const RequestHead& head) override {
     Admission admission;
     admission.bodyLimit = 100'000;
-    const bool lengthy = head.path == "/wait" || head.path == "/until-stopped";
-    admission.effort = lengthy ? Effort::lengthy : Effort::quick;
+    if (head.path == "/wait" || head.path == "/until-stopped") admission.effort = Effort::lengthy;
+    if (head.path == "/password") admission.effort = Effort::password;
     if (head.path == "/refuse") {
       admission.refusal = errorReply({403, "REFUSED", "No."}, head.id);
-    } else if (head.path == "/wait") {
+    } else if (head.path == "/wait" || head.path == "/password") {
       admission.work = [this](const HttpRequest& request) {
         released_.wait();
         return errorReply({502, "LATE", "Too late."}, request.head.id);
@@ -99,6 +99,18 @@ TEST_F(HttpServerTest, WorkThatEndsInTimeKeepsItsStatus) {
   EXPECT_EQ(answer.status, 502);
   EXPECT_EQ(answer.errorCode(), "LATE");
   EXPECT_EQ(answer.json()["request_id"], answer.headers.at("x-request-id"));
+}
+
+TEST_F(HttpServerTest, AFloodOfPasswordsHoldsUpNobodyElse) {
+  start();
+  std::vector<std::future<Answer>> flood;
+  for (int i = 0; i < 10; ++i) {
+    flood.push_back(std::async(std::launch::async,
+                               [this] { return send(port_, {.method = "POST", .path = "/password"}); }));
+  }
+  expectOthersServed();
+  application_.released_.count_down();
+  for (auto& answer : flood) EXPECT_EQ(answer.get().status, 502);
 }
 
 TEST_F(HttpServerTest, SilentAndHalfSentClientsHoldNobody) {

@@ -205,6 +205,36 @@ TEST_F(ServerTest, GuessingPasswordsIsHeldBack) {
   EXPECT_EQ(me(token).status, 200) << "the signed-in go on";
 }
 
+TEST_F(ServerTest, OnlyOurOwnProxySaysWhoIsGuessing) {
+  const struct {
+    bool behindProxy;
+    const char* first;
+    const char* second;
+    long status;
+  } rows[] = {
+      {false, "10.0.0.1", "10.0.0.2", 429},          {true, "10.0.0.1", "10.0.0.2", 401},
+      {true, "10.0.0.1", "10.0.0.9, 10.0.0.1", 429},  // what the client claims comes first
+      {true, "2001:db8::1", "2001:db8::2:3:4", 429},  // one network
+      {true, "2001:db8::1", "2001:db8:0:1::1", 401},
+  };
+  for (const auto& [behindProxy, first, second, status] : rows) {
+    Options options;
+    options.authAttemptsPerMinute = 1;
+    options.behindProxy = behindProxy;
+    start(hello, options);
+    long last = 0;
+    for (const std::string address : {first, second}) {
+      last = send(server_->port(), {.method = "POST",
+                                    .path = "/api/v1/auth/login",
+                                    .contentType = "application/json",
+                                    .body = R"({"email":"ann@example.org","password":"wrong horse"})",
+                                    .headers = {"X-Forwarded-For: " + address}})
+                 .status;
+    }
+    EXPECT_EQ(last, status) << behindProxy << " " << first << " " << second;
+  }
+}
+
 TEST_F(ServerTest, TheLogAndTheDatabaseHoldNoSecret) {
   start("cat >/dev/null; echo canarysentence; echo canarysentence >&2");
   const json session =
