@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sstream>
 
 #include "pipeline/DictationController.h"
 #include "pipeline/DictationRoad.h"
@@ -8,18 +9,82 @@ namespace pell::testing {
 namespace {
 
 using ::testing::ElementsAre;
-using ::testing::IsEmpty;
 
-const std::string refusal(SecureInput::refusal);
+const std::string refusal = "failed: " + std::string(SecureInput::refusal);
 const std::string saved = " It is saved in your dictation history.";
-
-void showPasswordField(DictationRoad& road) {
-  road.field.attributes.insert_or_assign("AXRole", std::string("AXSecureTextField"));
-}
+const std::string done = "finished: 2 words";
 
 MemoryHttpSession::Reply reply(int status, std::string body) {
   return {.outcome = HttpResponse{.status = status, .headers = {}, .body = std::move(body)}};
 }
+
+struct Scene : DictationRoad {
+  /// Plays a scene in words: what the user does, what happens meanwhile, and numbers that let seconds pass.
+  void play(const std::string& scene) {
+    std::istringstream words(scene);
+    for (std::string word; words >> word;) {
+      const auto act = acts.find(word);
+      act == acts.end() ? platform.time.advance(Seconds(std::stod(word))) : act->second();
+    }
+  }
+
+  void failWrites(const char* kind) {
+    database.execute("CREATE TRIGGER stop BEFORE " + std::string(kind) +
+                     " ON dictations BEGIN SELECT RAISE(ABORT, 'full'); END");
+  }
+
+  bool noteOpen = false;
+  MemoryApplication& other = [this]() -> MemoryApplication& {
+    auto& launched = platform.desktop.launchEditor("org.example.Other", "Other");
+    platform.desktop.activate(editor);
+    return launched;
+  }();
+
+  const std::map<std::string, std::function<void()>> acts{
+      {"begin", [this] { controller->begin(); }},
+      {"finish", [this] { controller->finish(); }},
+      {"cancel", [this] { controller->cancel(); }},
+      {"toggle", [this] { controller->toggle(); }},
+      {"dismiss", [this] { controller->clearMessage(); }},
+      // The microphone.
+      {"asking", [this] { platform.audio.status = MicrophoneAuthorization::notDetermined; }},
+      {"granted", [this] { platform.audio.answerAccess(true); }},
+      {"denied", [this] { platform.audio.status = MicrophoneAuthorization::denied; }},
+      {"dies", [this] { platform.audio.die("unplugged"); }},
+      {"mute", [this] { platform.audio.payload.clear(); }},
+      // The server.
+      {"oneWord", [this] { spoken.words = 1; }},
+      {"broken", [this] { uploadReply = reply(500, ""); }},
+      {"offline", [this] { uploadReply = MemoryHttpSession::Reply{.outcome = HttpFailure{"refused"}}; }},
+      {"quota",
+       [this] {
+         uploadReply = reply(402, R"({"error": "Your minutes are used up.", "code": "QUOTA_EXCEEDED",
+                                      "status": 402, "request_id": "1"})");
+       }},
+      // The desktop.
+      {"password", [this] { field.attributes.insert_or_assign("AXRole", std::string("AXSecureTextField")); }},
+      {"ungranted", [this] { platform.desktop.trusted = false; }},
+      {"editor", [this] { platform.desktop.activate(editor); }},
+      {"other", [this] { platform.desktop.activate(other); }},
+      {"pell",
+       [this] {
+         platform.desktop.activateSelf();
+         platform.desktop.frontmost()->focus = platform.desktop.makeTextElement();
+       }},
+      {"note", [this] { noteOpen = true; }},
+      // Settings, and what may be absent.
+      {"pasting", [this] { settings.injectionMode = InjectionMode::paste; }},
+      {"copying", [this] { settings.injectionMode = InjectionMode::copyOnly; }},
+      {"noInserts", [this] { failWrites("INSERT"); }},
+      {"noUpdates", [this] { failWrites("UPDATE"); }},
+      {"bare",
+       [this] {
+         settings.playSounds = false;
+         controller->onUsageChanged = nullptr;
+         controller->dictationHistory = nullptr;
+       }},
+  };
+};
 
 TEST(DictationControllerTest, HoldSpeakReleaseAndTheWordsAppear) {
   DictationRoad road;
@@ -76,207 +141,102 @@ TEST(DictationControllerTest, TheHistoryHasTheTextBeforeAnythingIsDelivered) {
 
 TEST(DictationControllerTest, EveryEndingIsToldMarkedAndMetered) {
   struct Case {
-    const char* name;
-    std::function<void(DictationRoad&)> arrange;  // while the user speaks
+    std::string meanwhile;  // while the user speaks
     std::string message;
     const char* delivery = "(no record)";
     int usageChanges = 1;
   };
   const Case cases[] = {
-      {"typed", [](auto&) {}, "finished: 2 words", "inserted"},
-      {"one word", [](auto& road) { road.spoken.words = 1; }, "finished: 1 word", "inserted"},
-      {"pasted", [](auto& road) { road.settings.injectionMode = InjectionMode::paste; }, "finished: 2 words",
-       "pasted"},
-      {"copied", [](auto& road) { road.settings.injectionMode = InjectionMode::copyOnly; },
-       "finished: Copied. Press ⌘V", "copied"},
-      {"the focus moved to a password field", showPasswordField, "failed: " + refusal + saved, "failed"},
-      {"copying near a password field is refused too",
-       [](auto& road) {
-         road.settings.injectionMode = InjectionMode::copyOnly;
-         showPasswordField(road);
-       },
-       "failed: " + refusal + saved, "failed"},
-      {"the grant is gone", [](auto& road) { road.platform.desktop.trusted = false; },
+      {"", done, "inserted"},
+      {"oneWord", "finished: 1 word", "inserted"},
+      {"pasting", done, "pasted"},
+      {"copying", "finished: Copied. Press ⌘V", "copied"},
+      {"password", refusal + saved, "failed"},
+      {"copying password", refusal + saved, "failed"},
+      {"ungranted",
        "failed: Pell needs Accessibility access to type for you. The text is on your clipboard. Press ⌘V." +
            saved,
        "failed"},
-      {"unreachable",
-       [](auto& road) { road.uploadReply = MemoryHttpSession::Reply{.outcome = HttpFailure{"refused"}}; },
-       "failed: Pell can't reach the server. Check your connection and try again.", "(no record)", 0},
-      {"quota",
-       [](auto& road) {
-         road.uploadReply = reply(402, R"({"error": "Your minutes are used up.", "code": "QUOTA_EXCEEDED",
-                                           "status": 402, "request_id": "1"})");
-       },
-       "failed: Your minutes are used up.", "(no record)", 0},
-      {"a history that cannot be written",
-       [](auto& road) {
-         road.database.execute(
-             "CREATE TRIGGER stop BEFORE INSERT ON dictations "
-             "BEGIN SELECT RAISE(ABORT, 'full'); END");
-       },
-       "finished: 2 words"},
-      {"a history that cannot be marked",
-       [](auto& road) {
-         road.database.execute(
-             "CREATE TRIGGER stop BEFORE UPDATE ON dictations "
-             "BEGIN SELECT RAISE(ABORT, 'full'); END");
-       },
-       "finished: 2 words", "none"},
-      {"nothing set that may be absent",
-       [](auto& road) {
-         road.settings.playSounds = false;
-         road.controller->onUsageChanged = nullptr;
-         road.controller->dictationHistory = nullptr;
-       },
-       "finished: 2 words", "(no record)", 0},
+      {"offline", "failed: Pell can't reach the server. Check your connection and try again.", "(no record)",
+       0},
+      {"quota", "failed: Your minutes are used up.", "(no record)", 0},
+      {"noInserts", done},
+      {"noUpdates", done, "none"},
+      {"bare", done, "(no record)", 0},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
-    DictationRoad road;
+    SCOPED_TRACE(row.meanwhile);
+    Scene road;
     std::vector<std::string> quota;
     road.controller->onQuotaExceeded = [&](const std::string& message) {
       quota.push_back(message);
       EXPECT_EQ(road.phase(), "transcribing") << "told before the message shows";
     };
-    road.controller->begin();
-    road.platform.time.advance(Seconds(1));
-    row.arrange(road);
-    road.controller->finish();
-    road.platform.time.advance(Seconds(0.51));
-    EXPECT_EQ(road.phase(), row.message);
+    road.play("begin 1 " + row.meanwhile + " finish 0.51");
     EXPECT_EQ(road.lastDelivery(), row.delivery);
     EXPECT_EQ(road.usageChanges, row.usageChanges);
-    EXPECT_EQ(quota.size(), row.name == std::string("quota") ? 1u : 0u);
+    EXPECT_EQ(quota.size(), row.meanwhile == "quota" ? 1u : 0u);
     EXPECT_EQ(road.platform.sounds.played.size(), road.settings.playSounds ? 2u : 1u);
     EXPECT_THAT(road.phases, ElementsAre("recording", "transcribing", row.message));
   }
 }
 
-TEST(DictationControllerTest, APasswordFieldRefusesAtTheBeginning) {
-  DictationRoad road;
-  showPasswordField(road);
-  road.controller->begin();
-  EXPECT_EQ(road.phase(), "failed: " + refusal);
-  road.platform.time.runReady();
-  EXPECT_EQ(road.platform.audio.accessRequests + static_cast<int>(road.platform.audio.files.size()), 0);
-  EXPECT_THAT(road.platform.sounds.played, IsEmpty());
-  EXPECT_EQ(road.platform.log.lines("dictation_refused_secure_field").at(0).at("reason"), "role");
-}
-
-TEST(DictationControllerTest, WhatDoesNotFitThePhaseDoesNothing) {
+TEST(DictationControllerTest, EachPhaseTakesWhatFitsAndItsTimersEndWithIt) {
+  const std::string failed = "failed: Request failed (500).";
+  const std::string recording = "recording", transcribing = "transcribing", idle = "idle";
   struct Case {
-    const char* name;
-    std::function<void(DictationRoad&)> reach;
-    std::function<void(DictationController&)> attempt;
-  };
-  auto idle = [](DictationRoad&) {};
-  auto recording = [](DictationRoad& road) {
-    road.controller->begin();
-    road.platform.time.advance(Seconds(0.5));
-  };
-  auto transcribing = [](DictationRoad& road) {
-    road.speak();
-    road.platform.time.advance(Seconds(0.2));
-  };
-  auto message = [](DictationRoad& road) { road.dictate(); };
-  auto begin = [](DictationController& controller) { controller.begin(); };
-  auto finish = [](DictationController& controller) { controller.finish(); };
-  auto cancel = [](DictationController& controller) { controller.cancel(); };
-  auto toggle = [](DictationController& controller) { controller.toggle(); };
-  const Case cases[] = {
-      {"begin while recording", recording, begin},
-      {"begin while transcribing", transcribing, begin},
-      {"finish while idle", idle, finish},
-      {"finish while transcribing", transcribing, finish},
-      {"finish under a message", message, finish},
-      {"cancel while idle", idle, cancel},
-      {"cancel while transcribing", transcribing, cancel},
-      {"cancel under a message", message, cancel},
-      {"toggle while transcribing", transcribing, toggle},
-  };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
-    DictationRoad untouched, road;
-    row.reach(untouched);
-    row.reach(road);
-    row.attempt(*road.controller);
-    EXPECT_EQ(road.phase(), untouched.phase());
-    for (auto* each : {&untouched, &road}) each->platform.time.advance(Seconds(0.4));
-    EXPECT_EQ(road.phases, untouched.phases);
-    EXPECT_EQ(road.platform.sounds.played, untouched.platform.sounds.played);
-    EXPECT_EQ(road.platform.log.events(), untouched.platform.log.events());
-    EXPECT_EQ(road.field.text, untouched.field.text) << "an upload in flight still ends in text";
-    EXPECT_EQ(road.platform.audio.liveStreams(), untouched.platform.audio.liveStreams());
-  }
-}
-
-TEST(DictationControllerTest, ARecordingThatIsCancelledOrEmptyEndsInSilence) {
-  for (const bool cancelled : {true, false}) {
-    DictationRoad road;
-    if (!cancelled) road.platform.audio.payload.clear();
-    road.controller->begin();
-    road.platform.time.advance(Seconds(1));
-    cancelled ? road.controller->cancel() : road.controller->finish();
-    EXPECT_THAT(road.phases, ElementsAre("recording", "idle"));
-    EXPECT_THAT(road.platform.sounds.played, ElementsAre("Tink"));
-    EXPECT_TRUE(std::filesystem::is_empty(road.platform.scratch()));
-    EXPECT_EQ(road.platform.audio.liveStreams(), 0u);
-    road.platform.time.advance(Seconds(10));
-    EXPECT_THAT(road.uploads, IsEmpty());
-    EXPECT_EQ(road.lastDelivery(), "(no record)");
-  }
-}
-
-TEST(DictationControllerTest, AnOldTimerNeverClearsANewerPhase) {
-  auto fail = [](DictationRoad& road) {
-    road.uploadReply = reply(500, "");
-    road.dictate();
-    road.uploadReply.reset();
-  };
-  struct Case {
-    const char* name;
-    std::function<void(DictationRoad&)> act;
-    double then;  // seconds
-    std::string phase;
+    const char* scene;
+    std::vector<std::string> phases;
   };
   const Case cases[] = {
-      {"a dictation under a success",
-       [](auto& road) {
-         road.dictate();
-         road.controller->begin();
-       },
-       30, "recording"},
-      {"a failure under a success",
-       [](auto& road) {
-         road.dictate();
-         showPasswordField(road);
-         road.platform.time.advance(Seconds(1));
-         road.controller->begin();
-       },
-       4.9, "failed: " + refusal},
-      {"a message that was dismissed",
-       [&](auto& road) {
-         fail(road);
-         road.controller->clearMessage();
-       },
-       0, "idle"},
-      {"a message after a dismissed one",
-       [&](auto& road) {
-         fail(road);
-         road.platform.time.advance(Seconds(3));
-         road.controller->clearMessage();
-         showPasswordField(road);
-         road.controller->begin();
-       },
-       4.9, "failed: " + refusal},
+      {"password begin 4.9", {refusal}},
+      {"finish cancel 0.4", {}},
+      {"begin 0.5 begin 0.4", {recording}},
+      {"toggle 1 toggle 0.2 begin 0.4", {recording, transcribing, done}},
+      {"begin 1 finish 0.2 finish 0.4", {recording, transcribing, done}},
+      {"begin 1 finish 0.2 cancel 0.4", {recording, transcribing, done}},
+      {"begin 1 finish 0.2 toggle 0.4", {recording, transcribing, done}},
+      {"begin 1 finish 0.51 finish cancel 0.4", {recording, transcribing, done}},
+      {"begin 1 cancel 10", {recording, idle}},
+      {"mute begin 1 finish 10", {recording, idle}},
+      // A message's timer never clears what came after it.
+      {"begin 1 finish 0.51 begin 30", {recording, transcribing, done, recording}},
+      {"begin 1 finish 0.51 password 1 begin 4.9", {recording, transcribing, done, refusal}},
+      {"broken begin 1 finish 0.51 dismiss 10", {recording, transcribing, failed, idle}},
+      {"broken begin 1 finish 0.51 3 dismiss password begin 4.9",
+       {recording, transcribing, failed, idle, refusal}},
+      // A recorder that was granted late runs unobserved, and serves the next dictation.
+      {"asking begin 0 finish granted 3 begin 1 finish 0.51",
+       {recording, idle, recording, transcribing, done}},
+      {"denied begin 0.5 finish 5",
+       {recording,
+        "failed: Pell needs microphone access. Open System Settings › Privacy & Security › Microphone and "
+        "switch Pell on.",
+        idle}},
+      {"begin 0.5 dies 0 finish 5",
+       {recording, "failed: Pell lost the microphone. Check it and try again.", idle}},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
-    DictationRoad road;
-    row.act(road);
-    road.platform.time.advance(Seconds(row.then));
-    EXPECT_EQ(road.phase(), row.phase);
+    SCOPED_TRACE(row.scene);
+    Scene road;
+    road.play(row.scene);
+    road.phases.erase(std::unique(road.phases.begin(), road.phases.end()), road.phases.end());
+    EXPECT_EQ(road.phases, row.phases);
+    std::vector<std::string> cues;
+    for (const auto& phase : row.phases) {
+      if (phase == recording) cues.emplace_back("Tink");
+      if (phase == transcribing) cues.emplace_back("Pop");
+    }
+    EXPECT_EQ(road.platform.sounds.played, cues);
+    const bool records = road.phase() == recording;
+    EXPECT_EQ(road.platform.audio.liveStreams(), records ? 1u : 0u);
+    EXPECT_EQ(std::filesystem::is_empty(road.platform.scratch()), !records);
+    EXPECT_LE(road.platform.audio.files.size(), 2u);
+    EXPECT_EQ(std::holds_alternative<Recorder::Recording>(road.recorder.state()), records);
+    EXPECT_FALSE(std::holds_alternative<Recorder::Failed>(road.recorder.state())) << "failures are cleared";
+    const bool said = std::count(row.phases.begin(), row.phases.end(), done) > 0;
+    EXPECT_EQ(road.field.text, said ? "Hello there" : "") << "an upload in flight still ends in text";
+    EXPECT_EQ(road.history.recent().size(), said ? 1u : 0u);
   }
 }
 
@@ -302,81 +262,39 @@ TEST(DictationControllerTest, TheWordingChangesWhenAnUploadTakesLong) {
   EXPECT_FALSE(road.controller->isPolishing()) << "the timer of an upload ends with it";
 }
 
-TEST(DictationControllerTest, TheEndMayComeWhileThePermissionIsAsked) {
-  DictationRoad road;
-  road.platform.audio.status = MicrophoneAuthorization::notDetermined;
-  road.controller->begin();
-  road.platform.time.runReady();
-  ASSERT_TRUE(road.platform.audio.isAsking());
-  road.controller->finish();
-  EXPECT_EQ(road.phase(), "idle");
-
-  road.platform.audio.answerAccess(true);
-  road.platform.time.advance(Seconds(3));
-  EXPECT_EQ(road.phase(), "idle") << "the recorder runs unobserved";
-  road.dictate();
-  EXPECT_EQ(road.phase(), "finished: 2 words");
-  EXPECT_EQ(road.platform.audio.files.size(), 1u);
-  EXPECT_EQ(road.platform.audio.liveStreams(), 0u);
-}
-
-TEST(DictationControllerTest, AMicrophoneThatIsRefusedOrLostIsToldAndForgotten) {
-  for (const bool refused : {true, false}) {
-    DictationRoad road;
-    if (refused) road.platform.audio.status = MicrophoneAuthorization::denied;
-    road.controller->begin();
-    road.platform.time.advance(Seconds(0.5));
-    road.platform.audio.die("unplugged");
-    road.platform.time.runReady();
-    const std::string told = refused ? "failed: Pell needs microphone access." : "failed: Pell lost the mic";
-    EXPECT_THAT(road.phase(), ::testing::StartsWith(told));
-    road.controller->finish();
-    EXPECT_THAT(road.phase(), ::testing::StartsWith(told)) << "the key going up changes nothing";
-    road.platform.time.advance(Seconds(5));
-    EXPECT_EQ(road.phase(), "idle");
-    EXPECT_TRUE(std::holds_alternative<Recorder::Idle>(road.recorder.state())) << "its failure is cleared";
-  }
-}
-
 TEST(DictationControllerTest, TheStyleFollowsTheTarget) {
-  StyleResolver::Rules rules;
-  rules.contextAware = true;
-  rules.useBrowserHost = true;
-  rules.appRules = {{"org.example.Editor", "note"}};
-  rules.hostRules = {{"mail.example.com", "mail"}};
-  rules.knownStyleIDs = {"note", "mail", "once"};
   struct Case {
-    const char* name;
-    std::function<void(DictationRoad&, StyleResolver::Rules&)> arrange;
+    const char* before;
+    bool sites, once;
     std::string query;
     int hostQuestions = 1;
-    int overridesUsed = 0;
   };
   const Case cases[] = {
-      {"by application", [](auto&, auto&) {}, "&style=note"},
-      {"by site", [](auto& road, auto&) { road.browserHost = "mail.example.com"; }, "&style=mail"},
-      {"sites switched off",
-       [](auto& road, auto& changed) {
-         road.browserHost = "mail.example.com";
-         changed.useBrowserHost = false;
-       },
-       "&style=note", 0},
-      {"just this once", [](auto&, auto& changed) { changed.oneShotOverride = "once"; }, "&style=once", 1, 1},
-      {"in Pell", [](auto& road, auto&) { road.platform.desktop.activateSelf(); }, ""},
+      {"editor", true, false, "&style=mail"}, {"editor", false, false, "&style=note", 0},
+      {"editor", true, true, "&style=once"},  {"pell", true, false, "&style=mail"},
+      {"pell", false, false, "", 0},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
-    DictationRoad road;
-    auto changed = rules;
-    row.arrange(road, changed);
+    SCOPED_TRACE(row.before + row.query);
+    Scene road;
+    road.browserHost = "mail.example.com";
     int overridesUsed = 0;
-    road.controller->styleRules = [&] { return changed; };
     road.controller->onOverrideConsumed = [&] { ++overridesUsed; };
-    road.dictate();
+    road.controller->styleRules = [&] {
+      StyleResolver::Rules rules;
+      rules.contextAware = true;
+      rules.useBrowserHost = row.sites;
+      rules.appRules = {{"org.example.Editor", "note"}};
+      rules.hostRules = {{"mail.example.com", "mail"}};
+      rules.knownStyleIDs = {"note", "mail", "once"};
+      if (row.once) rules.oneShotOverride = "once";
+      return rules;
+    };
+    road.play(row.before + std::string(" begin 1 finish 0.51"));
     ASSERT_EQ(road.uploads.size(), 1u);
     EXPECT_THAT(road.uploads.front().url, ::testing::EndsWith("?language=multi" + row.query));
     EXPECT_EQ(road.hostQuestions, row.hostQuestions);
-    EXPECT_EQ(overridesUsed, row.overridesUsed);
+    EXPECT_EQ(overridesUsed, row.once ? 1 : 0);
 
     road.controller->styleRules = nullptr;
     road.controller->begin();
@@ -386,63 +304,35 @@ TEST(DictationControllerTest, TheStyleFollowsTheTarget) {
 
 TEST(DictationControllerTest, TheTextGoesToWhereTheUserIsAtTheEnd) {
   struct Case {
-    const char* name;
-    bool beginsInPell, endsInPell;
-    bool noteTakesIt;
-    int noteOffers;
-    const char* message;
+    const char* scene;
+    std::string message;
     const char* delivery;
     const char* target;  // as the history keeps it
+    int noteOffers = 0;
   };
   const Case cases[] = {
-      {"another application comes to the front", false, false, true, 0, "finished: 2 words", "inserted",
-       "org.example.Other"},
-      {"into the open note", true, true, true, 1, "finished: Added to your note", "note", "(none)"},
-      {"no note open", true, true, false, 1, "finished: 2 words", "inserted", "(none)"},
-      {"Pell comes to the front", false, true, true, 0, "finished: 2 words", "inserted",
-       "com.pell.dictation"},
+      {"note begin 1 finish other 0.6", done, "inserted", "org.example.Other"},
+      {"note begin 1 finish pell 0.6", done, "inserted", "com.pell.dictation"},
+      {"note pell begin 1 finish 0.6", "finished: Added to your note", "note", "(none)", 1},
+      {"pell begin 1 finish 0.6", done, "inserted", "(none)", 1},
+      {"pell begin 1 finish editor password 0.6", refusal + saved, "failed", "(none)", 1},
   };
   for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
-    DictationRoad road;
-    auto& desktop = road.platform.desktop;
-    auto& other = desktop.launchEditor("org.example.Other", "Other");
-    desktop.activate(road.editor);
-    if (row.beginsInPell) desktop.activateSelf();
+    SCOPED_TRACE(row.scene);
+    Scene road;
     int noteOffers = 0;
     road.controller->insertIntoEditor = [&](const TranscriptionResult& result) {
       ++noteOffers;
       EXPECT_EQ(road.lastRecord()->text, result.transcript) << "in the history before it is in the note";
-      return row.noteTakesIt;
+      return road.noteOpen;
     };
-    road.speak();
-    if (row.endsInPell) {
-      desktop.activateSelf();
-      desktop.frontmost()->focus = desktop.makeTextElement();
-    } else {
-      desktop.activate(other);
-    }
-    road.platform.time.advance(Seconds(0.6));
+    road.play(row.scene);
     EXPECT_EQ(noteOffers, row.noteOffers);
     EXPECT_EQ(road.phase(), row.message);
     EXPECT_EQ(road.lastDelivery(), row.delivery);
     EXPECT_EQ(road.lastRecord()->targetBundleID.value_or("(none)"), row.target);
     EXPECT_EQ(road.field.text, "");
   }
-}
-
-TEST(DictationControllerTest, ADictationBegunInPellStillNeverReachesAPasswordField) {
-  DictationRoad road;
-  road.platform.desktop.activateSelf();
-  road.speak();
-  road.platform.desktop.activate(road.editor);
-  showPasswordField(road);
-  road.platform.time.advance(Seconds(0.6));
-  EXPECT_EQ(road.phase(), "failed: " + refusal + saved);
-  EXPECT_EQ(road.lastDelivery(), "failed");
-  EXPECT_EQ(road.platform.log.count("injection_refused_secure_field"), 1u);
-  EXPECT_EQ(road.platform.log.count("delivery_refused_secure_field"), 0u);
-  EXPECT_EQ(road.field.text, "");
 }
 
 /// Which way the dictation goes whose controller is destroyed.

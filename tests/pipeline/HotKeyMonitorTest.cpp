@@ -13,20 +13,6 @@ using ::testing::IsEmpty;
 using testing::MemoryEventTaps;
 using testing::MemoryPlatform;
 
-std::string_view name(HotKeyMonitor::Event event) {
-  switch (event) {
-    case HotKeyMonitor::Event::begin:
-      return "begin";
-    case HotKeyMonitor::Event::end:
-      return "end";
-    case HotKeyMonitor::Event::toggle:
-      return "toggle";
-    case HotKeyMonitor::Event::cancel:
-      return "cancel";
-  }
-  return "?";
-}
-
 class HotKeyMonitorTest : public ::testing::Test {
  protected:
   HotKeyMonitorTest() {
@@ -75,8 +61,11 @@ class HotKeyMonitorTest : public ::testing::Test {
   std::string events;
   int swallowed = 0;
   HotKeyMonitor monitor{desk.taps, desk.time.main(), log, [this](HotKeyMonitor::Event event) {
-                          events += " ";
-                          events += name(event);
+                          using Event = HotKeyMonitor::Event;
+                          events += event == Event::begin    ? " begin"
+                                    : event == Event::end    ? " end"
+                                    : event == Event::toggle ? " toggle"
+                                                             : " cancel";
                         }};
 };
 

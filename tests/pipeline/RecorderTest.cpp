@@ -13,26 +13,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Notes what stands at the path at the moment when the encoder is asked to open it.
-class WitnessedCapture final : public AudioCapture {
- public:
-  explicit WitnessedCapture(AudioCapture& inner) : inner_(inner) {}
-
-  fs::perms permissionsAtOpening = fs::perms::unknown;
-
-  MicrophoneAuthorization authorization() const override { return inner_.authorization(); }
-  bool hasDefaultDevice() const override { return inner_.hasDefaultDevice(); }
-  void requestAccess(std::function<void(bool)> answer) override { inner_.requestAccess(std::move(answer)); }
-  AudioOpening open(const fs::path& file, const AudioSettings& settings) override {
-    std::error_code missing;
-    permissionsAtOpening = fs::status(file, missing).permissions();
-    return inner_.open(file, settings);
-  }
-
- private:
-  AudioCapture& inner_;
-};
-
 class RecorderTest : public ::testing::Test {
  protected:
   RecorderTest() {
@@ -59,16 +39,10 @@ class RecorderTest : public ::testing::Test {
     return names;
   }
 
-  std::string failure() const {
-    auto* failed = std::get_if<Recorder::Failed>(&recorder.state());
-    return failed ? failed->message : "";
-  }
-
   MemoryPlatform platform;
-  WitnessedCapture capture{platform.audio};
   Log log{platform.log};
   int changes = 0;
-  Recorder recorder{{.audio = capture,
+  Recorder recorder{{.audio = platform.audio,
                      .main = platform.time.main(),
                      .clock = platform.time,
                      .scratch = platform.scratch(),
@@ -85,7 +59,7 @@ TEST_F(RecorderTest, SpeechLiesInAPrivateFileOnlyWhileItIsRecorded) {
       std::regex("pell-[0-9A-F]{8}-[0-9A-F]{4}-4[0-9A-F]{3}-[89AB][0-9A-F]{3}-[0-9A-F]{12}\\.m4a")))
       << files().front();
   auto onlyTheUser = fs::perms::owner_read | fs::perms::owner_write;
-  EXPECT_EQ(capture.permissionsAtOpening, onlyTheUser) << "before the encoder opened it";
+  EXPECT_EQ(platform.audio.permissionsAtOpening, onlyTheUser) << "before the encoder opened it";
   EXPECT_EQ(fs::status(platform.audio.files.front()).permissions(), onlyTheUser);
 
   platform.audio.payload = std::string("\0speech\xFF", 8);
@@ -146,20 +120,16 @@ TEST_F(RecorderTest, WhatKeepsAStartFromSucceedingIsTold) {
 }
 
 TEST_F(RecorderTest, TheLevelFollowsTheMicrophoneSmoothly) {
-  struct Case {
-    double power;
-    double first, second;
-  };
-  for (const Case& row :
-       {Case{0, 0.4, 0.64}, Case{6, 0.4, 0.64}, Case{-25, 0.2, 0.32}, Case{-50, 0, 0}, Case{-160, 0, 0}}) {
-    SCOPED_TRACE(row.power);
-    platform.audio.power = row.power;
+  const std::vector<std::pair<double, double>> levels{{0, 0.4}, {6, 0.4}, {-25, 0.2}, {-50, 0}, {-160, 0}};
+  for (const auto& [power, first] : levels) {
+    SCOPED_TRACE(power);
+    platform.audio.power = power;
     ASSERT_EQ(start(), true);
     EXPECT_EQ(recorder.level(), 0);
     platform.time.advance(Seconds(0.05));
-    EXPECT_DOUBLE_EQ(recorder.level(), row.first);
+    EXPECT_DOUBLE_EQ(recorder.level(), first);
     platform.time.advance(Seconds(0.05));
-    EXPECT_DOUBLE_EQ(recorder.level(), row.second);
+    EXPECT_DOUBLE_EQ(recorder.level(), first * 1.6);
     recorder.stop();
     EXPECT_EQ(recorder.level(), 0);
   }
@@ -214,7 +184,8 @@ TEST_F(RecorderTest, AMicrophoneThatDiesEndsTheRecording) {
   changes = 0;
   platform.audio.die("unplugged");
   platform.time.runReady();
-  EXPECT_EQ(failure(), "Pell lost the microphone. Check it and try again.");
+  EXPECT_EQ(recorder.state(),
+            Recorder::State(Recorder::Failed{"Pell lost the microphone. Check it and try again."}));
   EXPECT_EQ(changes, 1);
   EXPECT_EQ(recorder.level(), 0);
   EXPECT_THAT(files(), ::testing::IsEmpty());
@@ -227,28 +198,14 @@ TEST_F(RecorderTest, AMicrophoneThatDiesEndsTheRecording) {
 }
 
 TEST_F(RecorderTest, NothingIsLeftBehind) {
-  struct Case {
-    const char* name;
-    std::function<void()> end;
-  };
-  const Case cases[] = {
-      {"cancelled", [&] { recorder.cancel(); }},
-      {"an empty file",
-       [&] {
-         platform.audio.payload.clear();
-         EXPECT_EQ(recorder.stop(), std::nullopt);
-       }},
-      {"the file gone",
-       [&] {
-         fs::remove_all(platform.scratch());
-         EXPECT_EQ(recorder.stop(), std::nullopt);
-         fs::create_directories(platform.scratch());
-       }},
-  };
-  for (const auto& row : cases) {
-    SCOPED_TRACE(row.name);
+  for (const std::string way : {"cancelled", "an empty file", "the file gone"}) {
+    SCOPED_TRACE(way);
     ASSERT_EQ(start(), true);
-    row.end();
+    if (way == "cancelled") recorder.cancel();
+    if (way == "an empty file") platform.audio.payload.clear();
+    if (way == "the file gone") fs::remove_all(platform.scratch());
+    EXPECT_EQ(recorder.stop(), std::nullopt);
+    fs::create_directories(platform.scratch());
     EXPECT_TRUE(std::holds_alternative<Recorder::Idle>(recorder.state()));
     EXPECT_THAT(files(), ::testing::IsEmpty());
     EXPECT_EQ(platform.audio.liveStreams(), 0u);

@@ -14,80 +14,60 @@ std::string describe(std::optional<SecureInput::Reason> reason) {
   return reason ? std::string(rawValue(*reason)) : "safe";
 }
 
-TEST(SecureInputTest, RefusesWhatTakesSecretsAndNothingElse) {
-  struct Case {
-    const char* what;
-    std::function<void(MemoryPlatform&, MemoryElement& focus)> arrange;
-    const char* expected;
-  };
-  auto set = [](MemoryElement& element, std::string_view attribute, AccessibilityValue value) {
-    element.attributes.insert_or_assign(std::string(attribute), std::move(value));
-  };
-  const std::vector<Case> cases{
-      {"an ordinary field", [](auto&, auto&) {}, "safe"},
-      {"secure entry", [](auto& desk, auto&) { desk.secureEntry.enabled = true; }, "secureInput"},
-      {"secure entry without the grant",
-       [](auto& desk, auto&) {
-         desk.secureEntry.enabled = true;
-         desk.desktop.trusted = false;
-       },
-       "secureInput"},
-      {"the role alone",
-       [&](auto&, auto& focus) { set(focus, accessibility::role, std::string("AXSecureTextField")); },
-       "role"},
-      {"the subrole alone",
-       [&](auto&, auto& focus) { set(focus, accessibility::subrole, std::string("AXSecureTextField")); },
-       "role"},
-      {"the subrole where the role cannot be read",
-       [&](auto&, auto& focus) {
-         focus.readErrors["AXRole"] = AccessibilityError::failure;
-         set(focus, accessibility::subrole, std::string("AXSecureTextField"));
-       },
-       "role"},
-      {"a role that only looks like it",
-       [&](auto&, auto& focus) {
-         set(focus, accessibility::role, std::string("axsecuretextfield"));
-         set(focus, accessibility::subrole, std::string("AXSecureTextField "));
-       },
-       "safe"},
-      {"a role that is no text",
-       [&](auto&, auto& focus) { set(focus, accessibility::role, AccessibilityUrl{"AXSecureTextField"}); },
-       "safe"},
-      {"no grant",
-       [&](auto& desk, auto& focus) {
-         set(focus, accessibility::role, std::string("AXSecureTextField"));
-         desk.desktop.trusted = false;
-       },
-       "safe"},
-      {"nothing focused", [](auto& desk, auto&) { desk.desktop.deactivateAll(); }, "safe"},
-      {"a focus that cannot be read",
-       [](auto& desk, auto&) { desk.accessibility.focusError = AccessibilityError::cannotComplete; }, "safe"},
-  };
-  for (const auto& test : cases) {
-    MemoryPlatform desk;
-    auto& editor = desk.desktop.launchEditor();
-    test.arrange(desk, *editor.focus);
-    SecureInput secureInput(desk.secureEntry, desk.accessibility);
-    EXPECT_EQ(describe(secureInput.current()), test.expected) << test.what;
+struct Field {
+  MemoryPlatform desk;
+  MemoryElement& focus = *desk.desktop.launchEditor().focus;
+
+  void set(std::string_view attribute, AccessibilityValue value) {
+    focus.attributes.insert_or_assign(std::string(attribute), std::move(value));
   }
+  std::string refused() { return describe(SecureInput(desk.secureEntry, desk.accessibility).current()); }
+};
+
+TEST(SecureInputTest, RefusesWhatTakesSecretsAndNothingElse) {
+  const std::string secure = "AXSecureTextField";
+  struct {
+    std::string role, subrole;
+    bool secureEntry, trusted;
+    const char* expected;
+  } const cases[] = {
+      {"AXTextArea", "", false, true, "safe"},
+      {"AXTextArea", "", true, true, "secureInput"},
+      {"AXTextArea", "", true, false, "secureInput"},
+      {secure, "", false, true, "role"},
+      {"AXTextField", secure, false, true, "role"},
+      {"axsecuretextfield", secure + " ", false, true, "safe"},
+      {secure, "", false, false, "safe"},
+  };
+  for (const auto& [role, subrole, secureEntry, trusted, expected] : cases) {
+    Field field;
+    field.set(accessibility::role, role);
+    field.set(accessibility::subrole, subrole);
+    field.desk.secureEntry.enabled = secureEntry;
+    field.desk.desktop.trusted = trusted;
+    EXPECT_EQ(field.refused(), expected) << role << ' ' << subrole;
+  }
+  Field field;
+  field.set(accessibility::role, AccessibilityUrl{secure});
+  EXPECT_EQ(field.refused(), "safe") << "a role that is no text";
+  field.set(accessibility::subrole, secure);
+  field.focus.readErrors["AXRole"] = AccessibilityError::failure;
+  EXPECT_EQ(field.refused(), "role") << "the subrole where the role cannot be read";
+  field.desk.accessibility.focusError = AccessibilityError::cannotComplete;
+  EXPECT_EQ(field.refused(), "safe") << "a focus that cannot be read";
+  field.desk.accessibility.focusError.reset();
+  field.desk.desktop.deactivateAll();
+  EXPECT_EQ(field.refused(), "safe") << "nothing focused";
 }
 
 TEST(SecureInputTest, IsBoundedWhenAnApplicationHangs) {
-  struct Case {
-    Seconds system;
-    Seconds element;
-    double atMost;
-  };
-  for (const auto& test : {Case{Seconds(100), Seconds(0), 0.75}, Case{Seconds(0), Seconds(100), 1.5}}) {
-    MemoryPlatform desk;
-    auto& editor = desk.desktop.launchEditor();
-    editor.focus->attributes["AXRole"] = std::string("AXSecureTextField");
-    editor.focus->latency = test.element;
-    desk.accessibility.systemLatency = test.system;
-    SecureInput secureInput(desk.secureEntry, desk.accessibility);
-    auto start = desk.time.main().now();
-    EXPECT_EQ(describe(secureInput.current()), "safe");
-    EXPECT_LE(Seconds(desk.time.main().now() - start).count(), test.atMost);
+  for (const bool wholeSystem : {true, false}) {
+    Field field;
+    field.set(accessibility::role, std::string("AXSecureTextField"));
+    (wholeSystem ? field.desk.accessibility.systemLatency : field.focus.latency) = Seconds(100);
+    auto start = field.desk.time.main().now();
+    EXPECT_EQ(field.refused(), "safe");
+    EXPECT_LE(Seconds(field.desk.time.main().now() - start).count(), wholeSystem ? 0.75 : 1.5);
   }
 }
 

@@ -15,21 +15,17 @@ class MemoryAccessibilityTree final : public AccessibilityTree {
 
   Seconds systemLatency{0};
   std::optional<AccessibilityError> focusError;
-  bool grantOnRequest = false;
-  int trustRequests = 0;
-  int systemWideCalls = 0;
 
   bool isTrusted() const override { return desktop_.trusted; }
 
+  int trustRequests = 0;
+
   bool requestTrust() override {
     ++trustRequests;
-    bool before = desktop_.trusted;
-    if (grantOnRequest) desktop_.trusted = true;
-    return before;
+    return desktop_.trusted;
   }
 
   AccessibilityElementRef systemWide() override {
-    ++systemWideCalls;
     auto element = desktop_.makeElement("AXSystemWide");
     element->latency = systemLatency;
     if (focusError) {

@@ -57,11 +57,12 @@ void MemoryAudioCapture::die(const std::string& description) {
   }
 }
 
-AudioOpening MemoryAudioCapture::open(const std::filesystem::path& file, const AudioSettings& asked) {
+AudioOpening MemoryAudioCapture::open(const std::filesystem::path& file, const AudioSettings&) {
   if (openFailure) return AudioFailure{*openFailure};
   if (!hasDevice) return AudioFailure{"There is no microphone."};
   files.push_back(file);
-  settings.push_back(asked);
+  std::error_code missing;
+  permissionsAtOpening = std::filesystem::status(file, missing).permissions();
   if (!std::ofstream(file, std::ios::binary | std::ios::trunc))
     return AudioFailure{"The file cannot be made."};
   auto state = std::make_shared<State>();

@@ -27,8 +27,7 @@ class MemoryAudioCapture final : public AudioCapture {
 
   // Recorded.
   std::vector<std::filesystem::path> files;
-  std::vector<AudioSettings> settings;
-  int accessRequests = 0;
+  std::filesystem::perms permissionsAtOpening = std::filesystem::perms::unknown;  // of the file
 
   /// Streams that are capturing at this moment.
   std::size_t liveStreams() const {
@@ -60,7 +59,6 @@ class MemoryAudioCapture final : public AudioCapture {
   bool hasDefaultDevice() const override { return hasDevice; }
 
   void requestAccess(std::function<void(bool granted)> answer) override {
-    ++accessRequests;
     if (status == MicrophoneAuthorization::notDetermined) {
       prompts_.push_back(std::move(answer));
     } else {
@@ -68,7 +66,7 @@ class MemoryAudioCapture final : public AudioCapture {
     }
   }
 
-  AudioOpening open(const std::filesystem::path& file, const AudioSettings& asked) override;
+  AudioOpening open(const std::filesystem::path& file, const AudioSettings& settings) override;
 
  private:
   class Recording;

@@ -39,8 +39,6 @@ class MemoryHttpSession final : public HttpSession {
     enqueue({.outcome = HttpFailure{std::move(description)}, .delay = delay});
   }
 
-  std::size_t unusedReplies() const { return queue_.size(); }
-
   void send(HttpRequest request, std::function<void(HttpOutcome)> completion) override {
     requests.push_back(request);
     auto answer = next(request);

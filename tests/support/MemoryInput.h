@@ -36,9 +36,7 @@ class MemoryInput final : public SyntheticInput {
   bool sourceAvailable = true;
   bool keysAvailable = true;
   std::uint64_t heldModifiers = 0;  // what the user holds down
-  Seconds readDelay{0.02};
   std::vector<Paste> pastes;
-  int localEventsPermitted = 0;
 
   std::unique_ptr<EventSource> makeSource() override {
     if (!sourceAvailable) return nullptr;
@@ -63,7 +61,7 @@ class MemoryInput final : public SyntheticInput {
    public:
     explicit Source(MemoryInput& input) : input_(input) {}
     std::uint64_t modifierFlags() override { return input_.heldModifiers; }
-    void permitLocalEvents() override { ++input_.localEventsPermitted; }
+    void permitLocalEvents() override {}
     std::unique_ptr<PasteKeys> makePasteKeys() override {
       if (!input_.keysAvailable) return nullptr;
       return std::make_unique<Keys>(input_);
@@ -81,7 +79,7 @@ class MemoryInput final : public SyntheticInput {
                       .hold = hold,
                       .text = std::nullopt});
     desktop_.time.block(hold);
-    reading_.push_back(target_->postAfter(readDelay, [this, index, element = desktop_.focus()] {
+    reading_.push_back(target_->postAfter(Seconds(0.02), [this, index, element = desktop_.focus()] {
       pastes[index].text = pasteboard_.otherReads(pasteboardTypeString);
       if (element && element->takesText && pastes[index].text) element->insert(*pastes[index].text);
     }));

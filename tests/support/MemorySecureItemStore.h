@@ -18,16 +18,13 @@ class MemorySecureItemStore final : public SecureItemStore {
   explicit MemorySecureItemStore(VirtualTime& time) : lane_(time.serialExecutors()("secure")) {}
 
   // Scripted.
-  Seconds delay{0};                              // before each reply
-  bool blocked = false;                          // replies wait for `unblock`
-  std::optional<SecureItemStatus> readStatus;    // instead of reading
-  std::optional<SecureItemStatus> addStatus;     // instead of adding
-  std::optional<SecureItemStatus> removeStatus;  // instead of removing
+  Seconds delay{0};                            // before each reply
+  bool blocked = false;                        // replies wait for `unblock`
+  std::optional<SecureItemStatus> readStatus;  // instead of reading
+  std::optional<SecureItemStatus> addStatus;   // instead of adding
 
   // Recorded.
   int reads = 0;
-  int adds = 0;
-  int removals = 0;
 
   std::optional<std::string> item(const std::string& service, const std::string& account) const {
     auto found = items_.find({service, account});
@@ -64,15 +61,12 @@ class MemorySecureItemStore final : public SecureItemStore {
   }
 
   SecureItemStatus add(const SecureItemKey& key, const std::string& bytes) override {
-    ++adds;
     if (addStatus) return *addStatus;
     put(key.service, key.account, bytes);
     return SecureItemStatus::success;
   }
 
   SecureItemStatus remove(const SecureItemKey& key) override {
-    ++removals;
-    if (removeStatus) return *removeStatus;
     return items_.erase({key.service, key.account}) > 0 ? SecureItemStatus::success
                                                         : SecureItemStatus::itemNotFound;
   }

@@ -19,14 +19,12 @@ class MemorySounds final : public SoundPlayer {
 class MemoryActivity final : public SystemActivity {
  public:
   int begun = 0;
-  std::vector<std::string> reasons;
 
   /// Activities held now.
   int held() const { return *held_; }
 
-  std::unique_ptr<ActivityToken> begin(std::string_view reason) override {
+  std::unique_ptr<ActivityToken> begin(std::string_view) override {
     ++begun;
-    reasons.emplace_back(reason);
     return std::make_unique<Token>(held_);
   }
 
