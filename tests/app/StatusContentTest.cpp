@@ -5,31 +5,35 @@
 namespace pell {
 namespace {
 
-StatusContent content(StatusInput input) {
-  return statusContent(input, [](std::string_view text) { return std::string(text); });
-}
-
 TEST(StatusContentTest, EachPhaseSaysWhatHappensAndHowToGoOn) {
-  auto recording = content({.phase = phase::Recording{}});
-  EXPECT_EQ(recording.title, "Listening…");
-  EXPECT_EQ(recording.detail, "Release ⌥ to finish · esc cancels");
-  EXPECT_EQ(recording.toggleTitle, "End Dictation");
-  EXPECT_TRUE(recording.canCancel);
-  auto toggled = content({.phase = phase::Recording{}, .trigger = HotKeyTrigger::toggleControlOptionSpace});
-  EXPECT_EQ(toggled.detail, "Press ⌃⌥Space to finish · esc cancels");
-  EXPECT_EQ(content({.phase = phase::Transcribing{}, .isPolishing = true}).title, "Polishing…");
-  auto failed = content({.phase = phase::Failed{"The server is away."}});
-  EXPECT_EQ(failed.tooltip, "Dictation failed\nThe server is away.");
-  EXPECT_FALSE(failed.canCancel);
-  EXPECT_EQ(failed.toggleTitle, "Start Dictation");
-}
-
-TEST(StatusContentTest, IdleTellsWhenTheKeyCannotBeWatched) {
-  EXPECT_EQ(content({.phase = phase::Idle{}}).detail, "Hold ⌥ · double-tap for hands-free");
-  EXPECT_FALSE(content({.phase = phase::Idle{}}).offersAccessibility);
-  auto off = content({.phase = phase::Idle{}, .hasAccessibility = false});
-  EXPECT_NE(off.detail.find("accessibility"), std::string::npos);
-  EXPECT_TRUE(off.offersAccessibility);
+  struct {
+    StatusInput input;
+    const char* tooltip;
+    bool ends, offers;
+  } const cases[] = {
+      {{.phase = phase::Idle{}}, "Pell\nHold ⌥ · double-tap for hands-free", false, false},
+      {{.phase = phase::Idle{}, .hasAccessibility = false},
+       "Pell\nThe desktop's accessibility service is off, so Pell cannot watch the key.",
+       false,
+       true},
+      {{.phase = phase::Recording{}}, "Listening…\nRelease ⌥ to finish · esc cancels", true, false},
+      {{.phase = phase::Recording{}, .trigger = HotKeyTrigger::toggleControlOptionSpace},
+       "Listening…\nPress ⌃⌥Space to finish · esc cancels",
+       true,
+       false},
+      {{.phase = phase::Transcribing{}, .isPolishing = true}, "Polishing…", false, false},
+      {{.phase = phase::Failed{"The server is away."}},
+       "Dictation failed\nThe server is away.",
+       false,
+       false},
+  };
+  for (const auto& [input, tooltip, ends, offers] : cases) {
+    const auto content = statusContent(input, [](std::string_view text) { return std::string(text); });
+    EXPECT_EQ(content.tooltip, tooltip);
+    EXPECT_EQ(content.toggleTitle, ends ? "End Dictation" : "Start Dictation") << tooltip;
+    EXPECT_EQ(content.canCancel, ends) << tooltip;
+    EXPECT_EQ(content.offersAccessibility, offers) << tooltip;
+  }
 }
 
 }  // namespace

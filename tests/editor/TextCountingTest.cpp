@@ -4,6 +4,7 @@
 #include <unicode/utf8.h>
 #include <vector>
 
+#include "editor/GraphemeClusters.h"
 #include "editor/IcuClusters.h"
 #include "editor/RandomText.h"
 #include "editor/TextCounting.h"
@@ -71,6 +72,20 @@ TextStats plainStats(std::string text) {
   return stats;
 }
 
+void expectClustersOfIcu(std::string_view text) {
+  const auto expected = testing::icuClusters(text);
+  std::vector<std::string_view> clusters;
+  GraphemeClusters walk(text);
+  for (auto next = walk.next(); !next.empty(); next = walk.next()) clusters.push_back(next);
+  ASSERT_EQ(clusters, expected);
+  ASSERT_EQ(GraphemeClusters::count(text), static_cast<std::int64_t>(expected.size()));
+  std::size_t length = 0;
+  for (std::size_t limit = 0; limit < std::min<std::size_t>(expected.size(), 60); ++limit) {
+    ASSERT_EQ(GraphemeClusters::prefix(text, static_cast<std::int64_t>(limit)).size(), length);
+    length += expected[limit].size();
+  }
+}
+
 /// Plain stretches, which are counted in blocks, with something delicate before, between and behind.
 TEST(TextCountingTest, PlainStretchesAsWithIcuAlone) {
   const std::vector<std::string> pieces{"\u0600 ", " \u0301", "\u0301", "é", "\u00A0", "\r\n", "\u0600"};
@@ -84,15 +99,34 @@ TEST(TextCountingTest, PlainStretchesAsWithIcuAlone) {
       text += pieces[random.below(static_cast<unsigned>(pieces.size()))];
     }
     ASSERT_EQ(TextCounting::stats(text), plainStats(text)) << "seed " << seed << ": " << text;
+    ASSERT_NO_FATAL_FAILURE(expectClustersOfIcu(text)) << "seed " << seed;
   }
 }
 
 TEST(TextCountingTest, RandomTextsAsWithIcuAlone) {
   for (unsigned seed = 1; seed <= 4000; ++seed) {
+    SCOPED_TRACE(seed);
     testing::RandomText random(seed);
     const std::string text = random.text(static_cast<int>(1 + random.below(40)));
-    ASSERT_EQ(TextCounting::stats(text), plainStats(text)) << "seed " << seed << ": " << text;
-    ASSERT_EQ(TextCounting::words(text), TextCounting::stats(text).words) << "seed " << seed;
+    ASSERT_EQ(TextCounting::stats(text), plainStats(text)) << text;
+    ASSERT_EQ(TextCounting::words(text), TextCounting::stats(text).words);
+    ASSERT_NO_FATAL_FAILURE(expectClustersOfIcu(text));
+  }
+}
+
+/// Each code point of the tables between two neighbours of each kind.
+TEST(TextCountingTest, EveryNeighbourAsWithIcuAlone) {
+  const std::vector<UChar32> neighbours{'a', ' ', '\r', 0x301, 0x915, 0x94D, 0x200D, 0x600, 0x1F469};
+  for (UChar32 character = 0; character < 0x2070; character == 0x97F ? character = 0x2000 : ++character) {
+    std::string text;
+    for (const UChar32 before : neighbours) {
+      for (const UChar32 after : neighbours) {
+        for (const UChar32 each : {before, character, after}) testing::RandomText::append(text, each);
+        text += '\n';
+      }
+    }
+    SCOPED_TRACE(character);
+    ASSERT_NO_FATAL_FAILURE(expectClustersOfIcu(text));
   }
 }
 

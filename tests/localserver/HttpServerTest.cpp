@@ -55,16 +55,14 @@ class HttpServerTest : public ::testing::Test {
     startCryptography();
     const ListenSocket socket = listenOn("127.0.0.1", 0);
     port_ = socket.port;
-    server_.emplace(
-        HttpServer::Setup{.socket = socket,
-                          .application = application_,
-                          .finished = [this](const RequestSummary& request) { noteStatus(request); },
-                          .limits = limits});
-  }
-
-  void noteStatus(const RequestSummary& request) {
-    const std::lock_guard lock(mutex_);
-    statuses_.push_back(request.status);
+    server_.emplace(HttpServer::Setup{.socket = socket,
+                                      .application = application_,
+                                      .finished =
+                                          [this](const RequestSummary& request) {
+                                            const std::lock_guard lock(mutex_);
+                                            statuses_.push_back(request.status);
+                                          },
+                                      .limits = limits});
   }
 
   void expectOthersServed() {

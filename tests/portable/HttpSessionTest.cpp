@@ -1,3 +1,5 @@
+#include <future>
+
 #include "contracts/HttpSessionContract.h"
 #include "platform/portable/CurlHttpSession.h"
 #include "portable/support/LoopbackServer.h"
@@ -31,17 +33,9 @@ class CurlHttpSessionTest : public ::testing::Test {
   CurlHttpSession session{largest};
 
   HttpOutcome exchange(HttpRequest request) {
-    Inbox<HttpOutcome> box;
-    std::mutex mutex;
-    std::condition_variable changed;
-    session.send(std::move(request), [&](HttpOutcome outcome) {
-      std::lock_guard lock(mutex);
-      box.put(std::move(outcome));
-      changed.notify_one();
-    });
-    std::unique_lock lock(mutex);
-    changed.wait(lock, [&] { return box.size() > 0; });
-    return box.all().front();
+    std::promise<HttpOutcome> outcome;
+    session.send(std::move(request), [&](HttpOutcome arrived) { outcome.set_value(std::move(arrived)); });
+    return outcome.get_future().get();
   }
 
   std::string failure(HttpRequest request) {
@@ -72,36 +66,25 @@ TEST_F(CurlHttpSessionTest, SendsPlainRequestsToLoopbackOnly) {
 
 TEST_F(CurlHttpSessionTest, CountsTheLimitsFromTheRightMoments) {
   const std::string head = "HTTP/1.1 200 OK\r\nContent-Length: 10\r\n\r\n";
-  struct Case {
-    const char* what;
+  const Seconds often{0.1}, limit{0.3}, long_{60};
+  const LoopbackServer::Piece begun{head, often}, blanks{"   ", often}, last{"x", often};
+  struct {
     LoopbackServer::Script script;
-    Seconds idle;
-    Seconds total;
+    Seconds idle, total;
     const char* failure;
-  };
-  const Seconds often{0.1};
-  const std::vector<Case> cases{
-      {"blanks that trickle keep it alive",
-       {{{head, often}, {"   ", often}, {"   ", often}, {"   ", often}, {"x", often}}, Ending::keep},
-       Seconds(0.3),
-       Seconds(10),
-       ""},
-      {"silence in mid-reply",
-       {{{head + "12345"}}, Ending::stall},
-       Seconds(0.3),
-       Seconds(60),
-       "Nothing moved for 0.3 s."},
-      {"trickling past the whole limit",
-       {{{head, often}, {"   ", often}, {"   ", often}, {"   ", often}}, Ending::stall},
-       Seconds(60),
-       Seconds(0.3),
+  } const cases[] = {
+      {{{begun, blanks, blanks, blanks, last}, Ending::keep}, limit, long_, ""},  // blanks keep it alive
+      {{{{head + "12345"}}, Ending::stall}, limit, long_, "Nothing moved for 0.3 s."},
+      {{{begun, blanks, blanks, blanks}, Ending::stall},
+       long_,
+       limit,
        "The exchange took longer than 0.3 s."},
   };
-  for (const auto& [what, script, idle, total, expected] : cases) {
+  for (const auto& [script, idle, total, expected] : cases) {
     server.serve(script);
     const auto start = std::chrono::steady_clock::now();
-    EXPECT_EQ(failure({.url = server.url(), .timeout = idle, .resourceTimeout = total}), expected) << what;
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << what;
+    EXPECT_EQ(failure({.url = server.url(), .timeout = idle, .resourceTimeout = total}), expected);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(3)) << expected;
   }
 }
 

@@ -20,43 +20,30 @@ TEST(StandardLocationsTest, FollowsTheEnvironmentWhereItIsSane) {
 
   struct Case {
     std::map<std::string, std::string> environment;
-    std::string config;
-    std::string data;
-    std::string scratch;
+    std::string scratch = "/tmp";
+    std::string config = "/h/.config", data = "/h/.local/share";
   };
-  const std::string home = "/home/somebody";
   const std::vector<Case> cases{
-      {{{"HOME", home}}, home + "/.config", home + "/.local/share", "/tmp"},
-      {{{"HOME", home}, {"XDG_CONFIG_HOME", "/c"}, {"XDG_DATA_HOME", "/d"}, {"XDG_RUNTIME_DIR", runtime}},
+      {{}},
+      {{{"XDG_CONFIG_HOME", "/c"}, {"XDG_DATA_HOME", "/d"}, {"XDG_RUNTIME_DIR", runtime}},
+       runtime,
        "/c",
-       "/d",
-       runtime},
-      {{{"HOME", home},
-        {"XDG_CONFIG_HOME", ""},
-        {"XDG_DATA_HOME", "relative/d"},
-        {"XDG_RUNTIME_DIR", shared}},
-       home + "/.config",
-       home + "/.local/share",
-       "/tmp"},
-      {{{"HOME", home}, {"XDG_RUNTIME_DIR", runtime + "/gone"}, {"TMPDIR", shared}},
-       home + "/.config",
-       home + "/.local/share",
-       shared},
+       "/d"},
+      {{{"XDG_CONFIG_HOME", ""}, {"XDG_DATA_HOME", "relative/d"}, {"XDG_RUNTIME_DIR", shared}}},
+      {{{"XDG_RUNTIME_DIR", runtime + "/gone"}, {"TMPDIR", shared}}, shared},
   };
-  for (const auto& one : cases) {
-    StandardLocations found([&](const char* name) -> std::optional<std::string> {
-      auto value = one.environment.find(name);
-      return value == one.environment.end() ? std::nullopt : std::optional(value->second);
+  for (const auto& [environment, scratch, config, data] : cases) {
+    StandardLocations found([&, &given = environment](const char* name) -> std::optional<std::string> {
+      if (std::string(name) == "HOME") return "/h";
+      auto value = given.find(name);
+      return value == given.end() ? std::nullopt : std::optional(value->second);
     });
-    EXPECT_EQ(found.defaultsFile(), one.config + "/Pell/defaults.json");
-    EXPECT_EQ(found.locations().applicationSupport, one.data);
-    EXPECT_EQ(found.locations().scratch, one.scratch);
+    EXPECT_EQ(found.defaultsFile(), config + "/Pell/defaults.json");
+    EXPECT_EQ(found.locations().applicationSupport, data);
+    EXPECT_EQ(found.locations().scratch, scratch);
   }
-}
-
-TEST(StandardLocationsTest, FindsAHomeWithoutTheEnvironment) {
-  StandardLocations found([](const char*) { return std::nullopt; });
-  EXPECT_TRUE(found.configHome().is_absolute());
+  StandardLocations homeless([](const char*) { return std::nullopt; });
+  EXPECT_TRUE(homeless.configHome().is_absolute());
 }
 
 }  // namespace

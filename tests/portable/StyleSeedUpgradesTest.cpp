@@ -27,25 +27,20 @@ Rules without(Rules rules, const std::string& key) {
 }
 
 /// The file that an earlier (or later, or careless) program left, as this version takes it over.
-class StyleSeedUpgradesTest : public ::testing::Test {
- protected:
+TEST(StyleSeedUpgradesTest, OfFilesFromEachVersion) {
   TemporaryDirectory directory;
-  fs::path file = directory.path() / "defaults.json";
+  const fs::path file = directory.path() / "defaults.json";
   MemoryLog sink;
   MemoryLoginItem loginItem;
-
-  void launch() {
+  const auto launch = [&] {
     JsonUserDefaults defaults(file, Log(sink));
     const AppSettings settings(defaults, loginItem, Log(sink));
-  }
-  std::string content() const {
+  };
+  const auto content = [&] {
     std::ostringstream text;
     text << std::ifstream(file, std::ios::binary).rdbuf();
     return text.str();
-  }
-};
-
-TEST_F(StyleSeedUpgradesTest, OfFilesFromEachVersion) {
+  };
   const Rules apps = StyleSeeds::appStyleRules();
   const Rules hosts = StyleSeeds::hostStyleRules();
   struct Case {

@@ -44,20 +44,6 @@ TEST(AppConfigTest, WhichServerIsAsked) {
   }
 }
 
-TEST(AppConfigTest, SettingIsReadAfresh) {
-  testing::MemoryUserDefaults defaults;
-  const BuildInfo build{.apiBaseUrl = {},
-                        .allowsApiOverride = true,
-                        .developmentBuild = true,
-                        .shortVersion = {},
-                        .bundleIdentifier = {}};
-  const AppConfig config(build, {}, defaults);
-  const std::string before = config.apiBaseURL();
-  defaults.set("apiBaseURL", std::string("https://new.example"));
-  EXPECT_NE(config.apiBaseURL(), before);
-  EXPECT_EQ(config.keychainService(), "com.pell.dictation.dev");
-}
-
 TEST(AppConfigTest, SupportDirectoryIsMadeAndTightened) {
   const testing::TemporaryDirectory directory;
   const testing::MemoryUserDefaults defaults;

@@ -37,10 +37,10 @@ TEST_F(AppSettingsTest, WhatWasChosenIsThereAfterARestart) {
     settings.language = "xx";
     settings.trigger = HotKeyTrigger::toggleControlOptionSpace;
     settings.injectionMode = InjectionMode::copyOnly;
-    settings.showFloatingPanel = false;
-    settings.showDictationBar = false;
-    settings.playSounds = false;
-    settings.contextAwareStyles = false;
+    for (auto* on : {&settings.showFloatingPanel, &settings.showDictationBar, &settings.playSounds,
+                     &settings.contextAwareStyles}) {
+      *on = false;
+    }
     settings.contextAwareBrowserHost = true;
     settings.appStyleRules = {{"a", "b"}};
     settings.hostStyleRules = {{"c.d", "e"}};

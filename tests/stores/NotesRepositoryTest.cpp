@@ -62,14 +62,6 @@ TEST_F(NotesRepositoryTest, NewestFirstAndStable) {
   EXPECT_THAT(titles(), ElementsAre("three", "second", "one"));
 }
 
-TEST_F(NotesRepositoryTest, UnknownIds) {
-  EXPECT_FALSE(notes.note("nobody"));
-  EXPECT_FALSE(notes.update("nobody", "rtf", "text"));
-  EXPECT_FALSE(notes.remove("nobody"));
-  EXPECT_TRUE(notes.list().empty());
-  EXPECT_THROW(NotesRepository(directory.path(), time), Database::Failure) << "a folder is no database";
-}
-
 TEST_F(NotesRepositoryTest, ARemovedNoteLeavesItsDictations) {
   DictationsRepository history(notes.connection(), time);
   const auto dictation = history.record({.text = "words"});
@@ -78,6 +70,8 @@ TEST_F(NotesRepositoryTest, ARemovedNoteLeavesItsDictations) {
   history.setSavedNote(dictation.id, note.id);
   EXPECT_TRUE(notes.remove(note.id));
   EXPECT_FALSE(notes.remove(note.id));
+  EXPECT_FALSE(notes.note(note.id));
+  EXPECT_FALSE(notes.update(note.id, "rtf", "text"));
   EXPECT_THAT(titles(), ElementsAre(kept.title));
   EXPECT_EQ(history.recent().front().savedNoteID, note.id);
 }

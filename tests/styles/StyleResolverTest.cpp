@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "styles/StyleResolver.h"
+#include "styles/StyleSeeds.h"
 
 namespace pell {
 namespace {
@@ -106,6 +107,9 @@ TEST(StyleResolverTest, HostsInNormalForm) {
   };
   for (const auto& [text, expected] : cases) {
     EXPECT_EQ(StyleResolver::normaliseHost(text), expected) << '"' << text << '"';
+  }
+  for (const auto& [host, style] : StyleSeeds::hostStyleRules()) {
+    EXPECT_EQ(StyleResolver::normaliseHost(host), host) << "a seed that is never looked up";
   }
 }
 
