@@ -39,46 +39,40 @@ class AccessibilityWorld : public World {
   virtual bool withdrawTrust() = 0;
 };
 
+/// The focused element; null if there is none.
+inline AccessibilityElementRef focusOf(AccessibilityWorld& world) {
+  auto systemWide = world.tree().systemWide();
+  systemWide->setMessagingTimeout(Seconds(0.75));
+  auto reading = systemWide->copyAttribute(accessibility::focusedElement);
+  auto* element = std::get_if<AccessibilityElementRef>(&reading.value);
+  if (reading.error != AccessibilityError::success || !element) return nullptr;
+  if (*element) (*element)->setMessagingTimeout(Seconds(0.75));
+  return *element;
+}
+
+/// The focused element once it can be written to.
+inline AccessibilityElementRef writableFocusOf(AccessibilityWorld& world) {
+  AccessibilityElementRef found;
+  EXPECT_TRUE(world.waitUntil([&] {
+    found = focusOf(world);
+    return found && found->isSettable(accessibility::selectedText).settable;
+  }));
+  return found;
+}
+
 class AccessibilityContract : public Contract<AccessibilityWorld> {
  protected:
-  /// The focused element, waited for, since focus takes a moment to settle; null if there is none.
-  AccessibilityElementRef focus(std::string_view expectedRole = {}) {
-    AccessibilityElementRef found;
-    world().waitUntil(
-        [&] {
-          found = focusNow();
-          return found && (expectedRole.empty() || textOf(*found, accessibility::role) == expectedRole);
-        },
-        Seconds(3));
-    return found;
-  }
+  AccessibilityElementRef focusNow() { return focusOf(world()); }
 
-  AccessibilityElementRef focusNow() {
-    auto systemWide = world().tree().systemWide();
-    systemWide->setMessagingTimeout(Seconds(0.75));
-    auto reading = systemWide->copyAttribute(accessibility::focusedElement);
-    if (reading.error != AccessibilityError::success) return nullptr;
-    auto* element = std::get_if<AccessibilityElementRef>(&reading.value);
-    if (element && *element) (*element)->setMessagingTimeout(Seconds(0.75));
-    return element ? *element : nullptr;
+  AccessibilityElementRef writableField(const std::string& text = "") {
+    world().focusTextField(text);
+    return writableFocusOf(world());
   }
 
   static std::string textOf(AccessibilityElement& element, std::string_view attribute) {
     auto reading = element.copyAttribute(attribute);
     auto* text = std::get_if<std::string>(&reading.value);
     return reading.error == AccessibilityError::success && text ? *text : "";
-  }
-
-  /// The field's element once it can be written to.
-  AccessibilityElementRef settableFocus() {
-    AccessibilityElementRef found;
-    world().waitUntil(
-        [&] {
-          found = focusNow();
-          return found && found->isSettable(accessibility::selectedText).settable;
-        },
-        Seconds(3));
-    return found;
   }
 
   void expectField(const std::string& text) {
@@ -88,8 +82,7 @@ class AccessibilityContract : public Contract<AccessibilityWorld> {
 
 TEST_P(AccessibilityContract, InsertsAtTheCaretAndBehindWhatItInserted) {
   const std::string mixed = "né \"日本\" हिन्दी 🎙";
-  world().focusTextField("Start: ");
-  auto field = settableFocus();
+  auto field = writableField("Start: ");
   ASSERT_NE(field, nullptr);
   auto role = textOf(*field, accessibility::role);
   EXPECT_TRUE(role == accessibility::textField || role == accessibility::textArea) << role;
@@ -100,8 +93,7 @@ TEST_P(AccessibilityContract, InsertsAtTheCaretAndBehindWhatItInserted) {
 }
 
 TEST_P(AccessibilityContract, ReplacesTheSelection) {
-  world().focusTextField("one two three");
-  auto field = settableFocus();
+  auto field = writableField("one two three");
   ASSERT_NE(field, nullptr);
   world().select(4, 3);
   world().settle();
@@ -116,8 +108,7 @@ TEST_P(AccessibilityContract, TellsAPasswordFieldByItsRole) {
     return field && (textOf(*field, accessibility::role) == accessibility::secureTextField ||
                      textOf(*field, accessibility::subrole) == accessibility::secureTextField);
   }));
-  world().focusTextField("");
-  auto field = settableFocus();
+  auto field = writableField();
   ASSERT_NE(field, nullptr);
   EXPECT_NE(textOf(*field, accessibility::role), accessibility::secureTextField);
   EXPECT_NE(textOf(*field, accessibility::subrole), accessibility::secureTextField);
@@ -125,26 +116,22 @@ TEST_P(AccessibilityContract, TellsAPasswordFieldByItsRole) {
 
 TEST_P(AccessibilityContract, WritesNothingIntoWhatTakesNoText) {
   world().focusButton();
-  auto button = focus();
-  ASSERT_NE(button, nullptr);
   world().settle();
-  button = focus();
-  ASSERT_NE(button, nullptr);
+  AccessibilityElementRef button;
+  ASSERT_TRUE(world().waitUntil([&] { return (button = focusNow()) != nullptr; }));
   EXPECT_FALSE(button->isSettable(accessibility::selectedText).settable);
   EXPECT_NE(button->setAttribute(accessibility::selectedText, "text"), AccessibilityError::success);
 }
 
 TEST_P(AccessibilityContract, SaysWhichAttributesThereAre) {
-  world().focusTextField("");
-  auto field = settableFocus();
+  auto field = writableField();
   ASSERT_NE(field, nullptr);
   EXPECT_THAT(field->attributeNames(), ::testing::Contains(std::string(accessibility::role)));
   EXPECT_NE(field->copyAttribute("AXNoSuchAttribute").error, AccessibilityError::success);
 }
 
 TEST_P(AccessibilityContract, FindsTheWindowOfAnApplication) {
-  world().focusTextField("");
-  ASSERT_NE(settableFocus(), nullptr);
+  ASSERT_NE(writableField(), nullptr);
   auto application = world().tree().application(world().process());
   ASSERT_NE(application, nullptr);
   application->setMessagingTimeout(Seconds(0.75));
@@ -169,8 +156,7 @@ TEST_P(AccessibilityContract, HasNoFocusWhereNothingIsFocused) {
 }
 
 TEST_P(AccessibilityContract, IsNotHeldUpByAnApplicationThatHangs) {
-  world().focusTextField("stuck");
-  auto field = settableFocus();
+  auto field = writableField("stuck");
   ASSERT_NE(field, nullptr);
   world().hang();
   field->setMessagingTimeout(Seconds(0.3));
@@ -183,8 +169,7 @@ TEST_P(AccessibilityContract, IsNotHeldUpByAnApplicationThatHangs) {
 }
 
 TEST_P(AccessibilityContract, AnswersNothingWithoutTheGrant) {
-  world().focusTextField("");
-  ASSERT_NE(settableFocus(), nullptr);
+  ASSERT_NE(writableField(), nullptr);
   EXPECT_TRUE(world().tree().isTrusted());
   EXPECT_TRUE(world().tree().requestTrust());
   if (!world().withdrawTrust()) return;

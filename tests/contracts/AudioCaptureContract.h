@@ -30,7 +30,9 @@ class AudioCaptureWorld : public World {
 
 class AudioCaptureContract : public Contract<AudioCaptureWorld> {
  protected:
-  std::unique_ptr<AudioRecording> open(const std::filesystem::path& file) {
+  /// A recording that hears, where there is something to hear.
+  std::unique_ptr<AudioRecording> start(const std::filesystem::path& file,
+                                        const std::function<void(AudioRecording&)>& before = nullptr) {
     auto opening = world().audio().open(file, {});
     if (auto* failure = std::get_if<AudioFailure>(&opening)) {
       ADD_FAILURE() << failure->description;
@@ -38,6 +40,8 @@ class AudioCaptureContract : public Contract<AudioCaptureWorld> {
     }
     auto recording = std::move(std::get<std::unique_ptr<AudioRecording>>(opening));
     recording->setMeteringEnabled(true);
+    if (before) before(*recording);
+    EXPECT_TRUE(recording->record());
     return recording;
   }
 
@@ -50,11 +54,8 @@ class AudioCaptureContract : public Contract<AudioCaptureWorld> {
 TEST_P(AudioCaptureContract, RecordsAFileThatIsPlayableOnceStopped) {
   world().hearTone();
   auto file = world().newFile();
-  auto recording = open(file);
+  auto recording = start(file, [&](AudioRecording&) { EXPECT_EQ(std::filesystem::file_size(file), 0u); });
   ASSERT_NE(recording, nullptr);
-  EXPECT_TRUE(std::filesystem::exists(file));
-  EXPECT_EQ(std::filesystem::file_size(file), 0u);
-  ASSERT_TRUE(recording->record());
   EXPECT_TRUE(world().waitUntil([&] { return level(*recording) > -60; }));
   EXPECT_EQ(world().openStreams(), 1);
   world().settle();
@@ -69,9 +70,8 @@ TEST_P(AudioCaptureContract, RecordsAFileThatIsPlayableOnceStopped) {
 
 TEST_P(AudioCaptureContract, TellsLoudFromSilent) {
   world().hearTone();
-  auto recording = open(world().newFile());
+  auto recording = start(world().newFile());
   ASSERT_NE(recording, nullptr);
-  ASSERT_TRUE(recording->record());
   EXPECT_TRUE(world().waitUntil([&] { return level(*recording) > -40; })) << recording->averagePower(0);
   EXPECT_LE(recording->averagePower(0), 0.0);
   world().hearSilence();
@@ -80,9 +80,8 @@ TEST_P(AudioCaptureContract, TellsLoudFromSilent) {
 }
 
 TEST_P(AudioCaptureContract, LetsGoOfTheMicrophoneWhenDropped) {
-  auto recording = open(world().newFile());
+  auto recording = start(world().newFile());
   ASSERT_NE(recording, nullptr);
-  ASSERT_TRUE(recording->record());
   ASSERT_TRUE(world().waitUntil([&] { return world().openStreams() == 1; }));
   recording.reset();
   EXPECT_TRUE(world().waitUntil([&] { return world().openStreams() == 0; }));
@@ -96,11 +95,11 @@ TEST_P(AudioCaptureContract, ReportsAFileThatCannotBeMade) {
 
 TEST_P(AudioCaptureContract, TellsOnceThatTheMicrophoneDied) {
   world().hearTone();
-  auto recording = open(world().newFile());
-  ASSERT_NE(recording, nullptr);
   std::vector<std::string> failures;
-  recording->onFailure = [&](std::string description) { failures.push_back(std::move(description)); };
-  ASSERT_TRUE(recording->record());
+  auto recording = start(world().newFile(), [&](AudioRecording& made) {
+    made.onFailure = [&](std::string description) { failures.push_back(std::move(description)); };
+  });
+  ASSERT_NE(recording, nullptr);
   ASSERT_TRUE(world().waitUntil([&] { return level(*recording) > -60; }));
   world().loseMicrophone();
   EXPECT_TRUE(world().waitUntil([&] { return !failures.empty(); }));

@@ -17,6 +17,7 @@ class EventTapWorld : public World {
 
   virtual void press(PhysicalKey key) = 0;
   virtual void release(PhysicalKey key) = 0;
+  void tap(PhysicalKey key) { (press(key), release(key)); }
   virtual void click(TapEventType button) = 0;  // leftMouseDown or rightMouseDown, and up again
 
   /// How often the application in front has received the press of a key.
@@ -32,11 +33,13 @@ class EventTapWorld : public World {
 class EventTapContract : public Contract<EventTapWorld> {
  protected:
   /// An enabled tap whose events come into `events_`.
-  std::unique_ptr<EventTap> open(TapMode mode, bool swallow = false) {
-    auto tap = world().taps().createTap(mode, [this, swallow](const TapEvent& event) {
+  std::unique_ptr<EventTap> open(
+      TapMode mode, std::function<bool(const TapEvent&)> swallows = [](auto&) { return false; }) {
+    auto tap = world().taps().createTap(mode, [this, swallows](const TapEvent& event) {
       events_.put(event);
-      return swallow;
+      return swallows(event);
     });
+    EXPECT_NE(tap, nullptr);
     if (tap) tap->setEnabled(true);
     world().settle();
     return tap;
@@ -71,7 +74,6 @@ class EventTapContract : public Contract<EventTapWorld> {
 
 TEST_P(EventTapContract, ReportsEachModifierWithTheFlagsAfterIt) {
   auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
   struct Case {
     PhysicalKey key;
     int keyCode;
@@ -86,12 +88,7 @@ TEST_P(EventTapContract, ReportsEachModifierWithTheFlagsAfterIt) {
     world().release(key);
     expectNext(TapEventType::flagsChanged, keyCode, 0);
   }
-  expectNothingMore();
-}
-
-TEST_P(EventTapContract, KeepsTheFlagWhileEitherOptionKeyIsDown) {
-  auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
+  // The flag stays while either Option key is down.
   world().press(PhysicalKey::leftOption);
   expectNext(TapEventType::flagsChanged, keycode::leftOption, modifier::option);
   world().press(PhysicalKey::rightOption);
@@ -100,20 +97,15 @@ TEST_P(EventTapContract, KeepsTheFlagWhileEitherOptionKeyIsDown) {
   expectNext(TapEventType::flagsChanged, keycode::leftOption, modifier::option);
   world().release(PhysicalKey::rightOption);
   expectNext(TapEventType::flagsChanged, keycode::rightOption, 0);
+  expectNothingMore();
 }
 
 TEST_P(EventTapContract, ReportsPressesOfKeysAndButtonsAndNoReleases) {
   auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
-  struct Case {
-    PhysicalKey key;
-    int keyCode;
-  };
-  for (const auto& [key, keyCode] :
-       {Case{PhysicalKey::escape, keycode::escape}, Case{PhysicalKey::space, keycode::space},
-        Case{PhysicalKey::letterA, keycode::other}}) {
-    world().press(key);
-    world().release(key);
+  for (const auto& [key, keyCode] : {std::pair{PhysicalKey::escape, keycode::escape},
+                                     {PhysicalKey::space, keycode::space},
+                                     {PhysicalKey::letterA, keycode::other}}) {
+    world().tap(key);
     expectNext(TapEventType::keyDown, keyCode);
     expectNothingMore();
   }
@@ -127,29 +119,21 @@ TEST_P(EventTapContract, ReportsPressesOfKeysAndButtonsAndNoReleases) {
 }
 
 TEST_P(EventTapContract, ListeningTakesNothingFromTheApplication) {
-  auto tap = open(TapMode::listenOnly, /*swallow=*/true);
-  ASSERT_NE(tap, nullptr);
-  world().press(PhysicalKey::letterA);
-  world().release(PhysicalKey::letterA);
+  auto tap = open(TapMode::listenOnly, [](auto&) { return true; });
+  world().tap(PhysicalKey::letterA);
   EXPECT_TRUE(world().waitUntil([&] { return world().received(PhysicalKey::letterA) == 1; }));
 }
 
 TEST_P(EventTapContract, AnActiveTapSwallowsTheChordAndNothingElse) {
-  auto tap = world().taps().createTap(TapMode::active, [this](const TapEvent& event) {
-    events_.put(event);
+  auto tap = open(TapMode::active, [](const TapEvent& event) {
     return event.type == TapEventType::keyDown && event.keyCode == keycode::space;
   });
-  ASSERT_NE(tap, nullptr);
-  tap->setEnabled(true);
-  world().settle();
-  world().press(PhysicalKey::letterA);
-  world().release(PhysicalKey::letterA);
+  world().tap(PhysicalKey::letterA);
   EXPECT_TRUE(world().waitUntil([&] { return world().received(PhysicalKey::letterA) == 1; }));
 
   world().press(PhysicalKey::control);
   world().press(PhysicalKey::leftOption);
-  world().press(PhysicalKey::space);
-  world().release(PhysicalKey::space);
+  world().tap(PhysicalKey::space);
   world().release(PhysicalKey::leftOption);
   world().release(PhysicalKey::control);
   auto chords = [&] {
@@ -167,19 +151,15 @@ TEST_P(EventTapContract, AnActiveTapSwallowsTheChordAndNothingElse) {
 
 TEST_P(EventTapContract, FallsSilentWhileDisabledAndOnceDestroyed) {
   auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
   tap->setEnabled(false);
-  world().press(PhysicalKey::leftOption);
-  world().release(PhysicalKey::leftOption);
+  world().tap(PhysicalKey::leftOption);
   expectNothingMore();
   tap->setEnabled(true);
   world().settle();
-  world().press(PhysicalKey::escape);
-  world().release(PhysicalKey::escape);
+  world().tap(PhysicalKey::escape);
   expectNext(TapEventType::keyDown, keycode::escape);
   tap.reset();
-  world().press(PhysicalKey::escape);
-  world().release(PhysicalKey::escape);
+  world().tap(PhysicalKey::escape);
   expectNothingMore();
 }
 
@@ -194,10 +174,7 @@ TEST_P(EventTapContract, MayBeDestroyedByItsOwnCallback) {
   ASSERT_NE(tap, nullptr);
   tap->setEnabled(true);
   world().settle();
-  for (int press = 0; press < 2; ++press) {
-    world().press(PhysicalKey::letterA);
-    world().release(PhysicalKey::letterA);
-  }
+  for (int press = 0; press < 2; ++press) world().tap(PhysicalKey::letterA);
   EXPECT_TRUE(world().waitUntil([&] { return calls == 1; }));
   world().settle();
   EXPECT_EQ(calls, 1);
@@ -205,7 +182,6 @@ TEST_P(EventTapContract, MayBeDestroyedByItsOwnCallback) {
 
 TEST_P(EventTapContract, DoesNotReportItsOwnMask) {
   auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
   world().press(PhysicalKey::leftOption);
   expectNext(TapEventType::flagsChanged, keycode::leftOption, modifier::option);
   tap->maskModifierRelease();
@@ -223,19 +199,16 @@ TEST_P(EventTapContract, CannotBeMadeWithoutTheGrant) {
 
 TEST_P(EventTapContract, TellsThatTheSystemDisabledItAndRunsAgainWhenEnabled) {
   auto tap = open(TapMode::listenOnly);
-  ASSERT_NE(tap, nullptr);
   if (!world().disableBySystem()) return;
   auto event = next();
   ASSERT_TRUE(event.has_value());
   EXPECT_TRUE(event->type == TapEventType::tapDisabledByTimeout ||
               event->type == TapEventType::tapDisabledByUserInput);
-  world().press(PhysicalKey::escape);
-  world().release(PhysicalKey::escape);
+  world().tap(PhysicalKey::escape);
   expectNothingMore();
   tap->setEnabled(true);
   world().settle();
-  world().press(PhysicalKey::escape);
-  world().release(PhysicalKey::escape);
+  world().tap(PhysicalKey::escape);
   expectNext(TapEventType::keyDown, keycode::escape);
 }
 

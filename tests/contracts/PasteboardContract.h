@@ -95,6 +95,10 @@ TEST_P(PasteboardContract, IsEmptyAfterClearing) {
   EXPECT_EQ(world().pasteboard().string(), std::nullopt);
   EXPECT_THAT(world().pasteboard().items(), ::testing::IsEmpty());
   EXPECT_EQ(world().otherPastes(pasteboardTypeString), std::nullopt);
+  world().pasteboard().clearContents();
+  world().otherCopies(text("another"));
+  world().settle();
+  EXPECT_EQ(world().pasteboard().string(), "another") << "a clearing that came before took it away";
 }
 
 TEST_P(PasteboardContract, HasNoTextWhereThereIsOnlyAnImage) {

@@ -5,38 +5,17 @@
 namespace pell::testing {
 namespace {
 
-template <class Kind>
-class World : public EditorWorld {
- public:
-  World() : EditorWorld(Kind::script, Kind::field) {}
-};
+WorldMaker<AccessibilityWorld> editor(const char* name, const char* script, const char* field) {
+  return {name, [=] { return std::make_unique<EditorWorld>(script, field); }};
+}
 
-struct GtkEntry {
-  static constexpr const char* script = "gtk_editor.py";
-  static constexpr const char* field = "entry";
-};
-struct GtkView {
-  static constexpr const char* script = "gtk_editor.py";
-  static constexpr const char* field = "view";
-};
-struct QtEntry {
-  static constexpr const char* script = "qt_editor.py";
-  static constexpr const char* field = "entry";
-};
-struct QtView {
-  static constexpr const char* script = "qt_editor.py";
-  static constexpr const char* field = "view";
-};
-struct QtPlain {
-  static constexpr const char* script = "qt_editor.py";
-  static constexpr const char* field = "plain";
-};
-
-PELL_INSTANTIATE_CONTRACT(GtkEntry, AccessibilityContract, AccessibilityWorld, World<GtkEntry>);
-PELL_INSTANTIATE_CONTRACT(GtkView, AccessibilityContract, AccessibilityWorld, World<GtkView>);
-PELL_INSTANTIATE_CONTRACT(QtEntry, AccessibilityContract, AccessibilityWorld, World<QtEntry>);
-PELL_INSTANTIATE_CONTRACT(QtView, AccessibilityContract, AccessibilityWorld, World<QtView>);
-PELL_INSTANTIATE_CONTRACT(QtPlain, AccessibilityContract, AccessibilityWorld, World<QtPlain>);
+INSTANTIATE_TEST_SUITE_P(Editors, AccessibilityContract,
+                         ::testing::Values(editor("GtkEntry", "gtk_editor.py", "entry"),
+                                           editor("GtkView", "gtk_editor.py", "text"),
+                                           editor("QtEntry", "qt_editor.py", "entry"),
+                                           editor("QtView", "qt_editor.py", "text"),
+                                           editor("QtPlain", "qt_editor.py", "plain")),
+                         [](const auto& made) { return made.param.name; });
 
 /// The same text counted in bytes, code points and UTF-16 units gives three different numbers.
 const std::vector<std::string> scripts = {
@@ -44,23 +23,6 @@ const std::vector<std::string> scripts = {
     "नमस्ते हिन्दी",     "🎙👩‍👩‍👧‍👦🇮🇳",
     "e\u0301o\u0308", "日本語\U0002070E",
 };
-
-AccessibilityElementRef focusOf(EditorWorld& world) {
-  auto systemWide = world.tree().systemWide();
-  systemWide->setMessagingTimeout(Seconds(0.75));
-  auto reading = systemWide->copyAttribute(accessibility::focusedElement);
-  auto* element = std::get_if<AccessibilityElementRef>(&reading.value);
-  return element ? *element : nullptr;
-}
-
-AccessibilityElementRef writableFocusOf(EditorWorld& world) {
-  AccessibilityElementRef found;
-  world.waitUntil([&] {
-    found = focusOf(world);
-    return found && found->isSettable(accessibility::selectedText).settable;
-  });
-  return found;
-}
 
 std::size_t codePoints(const std::string& text) {
   return static_cast<std::size_t>(g_utf8_strlen(text.data(), static_cast<gssize>(text.size())));
@@ -70,8 +32,8 @@ struct Target {
   const char* script;
   std::vector<const char*> kinds;
 };
-const Target gtk{"gtk_editor.py", {"entry", "view"}};
-const Target qt{"qt_editor.py", {"entry", "view", "plain"}};
+const Target gtk{"gtk_editor.py", {"entry", "text"}};
+const Target qt{"qt_editor.py", {"entry", "text", "plain"}};
 
 class Insertion : public ::testing::TestWithParam<Target> {};
 
@@ -102,34 +64,8 @@ TEST_P(Insertion, IsNotOfferedByAReadOnlyField) {
   EXPECT_FALSE(settable.settable);
 }
 
-TEST_P(Insertion, OfFiveThousandWordsIsExact) {
-  std::string text;
-  for (int i = 0; i < 5000; ++i) text += scripts[static_cast<std::size_t>(i) % scripts.size()] + " ";
-  EditorWorld world(GetParam().script, "view");
-  world.show("view", "");
-  auto field = writableFocusOf(world);
-  ASSERT_NE(field, nullptr);
-  EXPECT_EQ(field->setAttribute(accessibility::selectedText, text), AccessibilityError::success);
-  EXPECT_EQ(world.fieldText(), text);
-}
-
 INSTANTIATE_TEST_SUITE_P(Toolkits, Insertion, ::testing::Values(gtk, qt),
                          [](const auto& info) { return info.index == 0 ? "Gtk" : "Qt"; });
-
-TEST(AtspiFocus, IsFoundWithoutHavingSeenTheFocusMove) {
-  for (const char* script : {"gtk_editor.py", "qt_editor.py"}) {
-    EditorWorld world(script, "view");
-    world.show("view", "before");
-    auto x = openDisplay();
-    AtspiAccessibility late(
-        {.activeProcess = [&] { return activeProcess(*x); }, .own = nullptr, .alsoNeeded = {}});
-    ASSERT_TRUE(world.waitUntil([&] { return late.isTrusted(); }));
-    auto reading = late.systemWide()->copyAttribute(accessibility::focusedElement);
-    ASSERT_EQ(reading.error, AccessibilityError::success) << script;
-    auto field = std::get<AccessibilityElementRef>(reading.value);
-    EXPECT_TRUE(field->isSettable(accessibility::selectedText).settable) << script;
-  }
-}
 
 TEST(AtspiFocus, FollowsTheActiveWindowAndForgetsWhatIsGone) {
   EditorWorld first("gtk_editor.py", "entry");

@@ -1,21 +1,19 @@
-// A small editor that tests steer.
+// Programs of the desktop scenarios that tests steer.
 #pragma once
 
-#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <string>
-#include <vector>
 
 #include "SourceTree.h"
 #include "linux/AppProcess.h"
 
 namespace pell::testing {
 
-/// One of the programs beside this file, and what it answers.
+/// One of those that answer lines of JSON: [operation, argument...] with one value.
 class Editor {
  public:
-  explicit Editor(const std::string& script, const std::vector<std::string>& arguments = {})
-      : process_(command(script, arguments)) {}
+  explicit Editor(const std::string& script)
+      : process_({"/usr/bin/python3", sourceTree() / "tests/desktop/programs" / script}) {}
 
   template <class... Arguments>
   nlohmann::json call(const std::string& name, Arguments... arguments) {
@@ -26,13 +24,6 @@ class Editor {
   AppProcess& process() { return process_; }
 
  private:
-  static std::vector<std::string> command(const std::string& script,
-                                          const std::vector<std::string>& arguments) {
-    std::vector<std::string> words{"/usr/bin/python3", sourceTree() / "tests/linux" / script};
-    words.insert(words.end(), arguments.begin(), arguments.end());
-    return words;
-  }
-
   AppProcess process_;
 };
 

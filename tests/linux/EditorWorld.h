@@ -13,7 +13,7 @@
 
 namespace pell::testing {
 
-/// `kind` is the field that stands for "a text field": "entry" or "view", or "plain" in Qt.
+/// `kind` is the field that stands for "a text field": "entry" or "text", or "plain" in Qt.
 class EditorWorld : public AccessibilityWorld {
  public:
   EditorWorld(const std::string& script, std::string kind)
@@ -33,7 +33,7 @@ class EditorWorld : public AccessibilityWorld {
 
   AccessibilityTree& tree() override { return tree_; }
   void focusTextField(const std::string& text) override { show(kind_, text); }
-  void focusPasswordField() override { show("password", "hidden"); }
+  void focusPasswordField() override { show("secret", "hidden"); }
   void focusButton() override { show("button", ""); }
   void select(int from, int length) override { editor_.call("select", from, length); }
   std::string fieldText() override { return editor_.call("text").get<std::string>(); }

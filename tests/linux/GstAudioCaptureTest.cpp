@@ -1,36 +1,17 @@
 #include <cmath>
-#include <cstdio>
 #include <fstream>
 #include <gst/gst.h>
-#include <signal.h>
-#include <stdlib.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
 #include "contracts/AudioCaptureContract.h"
-#include "linux/AppProcess.h"
 #include "linux/RealLoop.h"
 #include "linux/SoundServer.h"
 #include "platform/linux/GstAudioCapture.h"
 #include "support/MemoryLog.h"
+#include "support/MemoryUserDefaults.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::testing {
 namespace {
-
-class HeldDefaults : public UserDefaults {
- public:
-  std::optional<DefaultsValue> get(std::string_view key) const override {
-    auto found = values_.find(std::string(key));
-    return found == values_.end() ? std::nullopt : std::optional(found->second);
-  }
-  void set(std::string_view key, DefaultsValue value) override {
-    values_[std::string(key)] = std::move(value);
-  }
-  void remove(std::string_view key) override { values_.erase(std::string(key)); }
-
- private:
-  std::map<std::string, DefaultsValue> values_;
-};
 
 /// GStreamer forks to look for its plugins when it starts for the first time in a fresh home; the address
 /// sanitizer can dead-lock a child that was forked while other threads were running.
@@ -47,38 +28,27 @@ struct Played {
 };
 
 Played play(const std::filesystem::path& file) {
-  const std::string description = "filesrc location=" + file.string() +
-                                  " ! qtdemux ! avdec_aac ! audioconvert ! "
-                                  "audio/x-raw,format=F32LE,layout=interleaved ! fakesink name=sink "
-                                  "sync=false signal-handoffs=true";
+  const auto raw = file.string() + ".raw";
+  const auto description = "filesrc location=" + file.string() +
+                           " ! qtdemux ! avdec_aac ! audioconvert ! "
+                           "audio/x-raw,format=F32LE,layout=interleaved ! filesink location=" +
+                           raw;
   GstElement* pipeline = gst_parse_launch(description.c_str(), nullptr);
-  struct Sum {
-    double squares = 0;
-    std::size_t samples = 0;
-  } sum;
-  GstElement* sink = gst_bin_get_by_name(GST_BIN(pipeline), "sink");
-  g_signal_connect(sink, "handoff", G_CALLBACK(+[](GstElement*, GstBuffer* buffer, GstPad*, Sum* into) {
-                     GstMapInfo map;
-                     gst_buffer_map(buffer, &map, GST_MAP_READ);
-                     const auto* values = reinterpret_cast<const float*>(map.data);
-                     for (std::size_t i = 0; i < map.size / sizeof(float); ++i, ++into->samples)
-                       into->squares += double{values[i]} * double{values[i]};
-                     gst_buffer_unmap(buffer, &map);
-                   }),
-                   &sum);
   gst_element_set_state(pipeline, GST_STATE_PLAYING);
   GstBus* bus = gst_element_get_bus(pipeline);
   GstMessage* message = gst_bus_timed_pop_filtered(
       bus, 10 * GST_SECOND, static_cast<GstMessageType>(GST_MESSAGE_EOS | GST_MESSAGE_ERROR));
-  Played played;
-  played.readToEnd = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS;
-  played.seconds = static_cast<double>(sum.samples) / 16000;
-  played.power = sum.samples ? 10 * std::log10(sum.squares / static_cast<double>(sum.samples) + 1e-16) : -160;
+  Played played{.readToEnd = message && GST_MESSAGE_TYPE(message) == GST_MESSAGE_EOS};
   if (message) gst_message_unref(message);
   gst_element_set_state(pipeline, GST_STATE_NULL);
   gst_object_unref(bus);
-  gst_object_unref(sink);
   gst_object_unref(pipeline);
+  std::ifstream samples(raw, std::ios::binary);
+  double squares = 0, count = 0;
+  for (float value; samples.read(reinterpret_cast<char*>(&value), sizeof value); ++count)
+    squares += double{value} * double{value};
+  played.seconds = count / 16000;
+  played.power = 10 * std::log10(squares / std::max(count, 1.0) + 1e-16);
   return played;
 }
 
@@ -88,10 +58,6 @@ class GstWorld : public AudioCaptureWorld {
   GstWorld() : capture_(std::make_unique<GstAudioCapture>(loop_, defaults_, Log(log_))) {
     EXPECT_TRUE(waitUntil([this] { return capture_->hasDefaultDevice(); }));
   }
-  ~GstWorld() override {
-    capture_.reset();
-    std::filesystem::remove_all(folder_);
-  }
 
   bool waitUntil(std::function<bool()> done, Seconds limit) override { return loop_.runUntil(done, limit); }
   using World::waitUntil;
@@ -99,7 +65,7 @@ class GstWorld : public AudioCaptureWorld {
   Instant now() const override { return loop_.now(); }
 
   AudioCapture& audio() override { return *capture_; }
-  std::filesystem::path newFile() override { return folder_ / (std::to_string(++files_) + ".m4a"); }
+  std::filesystem::path newFile() override { return folder_.path() / (std::to_string(++files_) + ".m4a"); }
   void hearTone() override { server_.playTone(); }
   void hearSilence() override { server_.playNothing(); }
   void loseMicrophone() override { server_.end(); }
@@ -114,34 +80,26 @@ class GstWorld : public AudioCaptureWorld {
   UserDefaults& defaults() { return defaults_; }
   MemoryLog& log() { return log_; }
 
+  /// A recording that has heard the tone.
   std::unique_ptr<AudioRecording> start(const std::filesystem::path& file) {
+    hearTone();
     auto opening = audio().open(file, {});
-    if (auto* failure = std::get_if<AudioFailure>(&opening)) {
-      ADD_FAILURE() << failure->description;
-      return nullptr;
-    }
     auto recording = std::move(std::get<std::unique_ptr<AudioRecording>>(opening));
     recording->setMeteringEnabled(true);
     EXPECT_TRUE(recording->record());
+    EXPECT_TRUE(waitUntil([&] {
+      recording->updateMeters();
+      return recording->averagePower(0) > -60;
+    }));
     return recording;
-  }
-
-  bool hears(AudioRecording& recording) {
-    return waitUntil([&] {
-      recording.updateMeters();
-      return recording.averagePower(0) > -60;
-    });
   }
 
  private:
   SoundServer server_;
   RealLoop loop_;
-  HeldDefaults defaults_;
+  MemoryUserDefaults defaults_;
   MemoryLog log_;
-  std::filesystem::path folder_ = [] {
-    std::string name = (std::filesystem::temp_directory_path() / "capture.XXXXXX").string();
-    return std::filesystem::path(mkdtemp(name.data()));
-  }();
+  TemporaryDirectory folder_;
   int files_ = 0;
   std::unique_ptr<GstAudioCapture> capture_;
 };
@@ -150,15 +108,10 @@ PELL_INSTANTIATE_CONTRACT(Gst, AudioCaptureContract, AudioCaptureWorld, GstWorld
 
 TEST(GstAudioCapture, KeepsTheFileToItsOwnerAndLosesNoSpeech) {
   GstWorld world;
-  world.hearTone();
   const auto file = world.newFile();
   auto recording = world.start(file);
-  ASSERT_NE(recording, nullptr);
-  ASSERT_TRUE(world.hears(*recording));
   world.loop().runFor(Seconds(2));
-  struct stat facts {};
-  ASSERT_EQ(stat(file.c_str(), &facts), 0);
-  EXPECT_EQ(facts.st_mode & 0777, 0600u);
+  EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
   const auto start = world.now();
   recording->stop();
   EXPECT_LT(Seconds(world.now() - start).count(), 0.25);
@@ -167,58 +120,12 @@ TEST(GstAudioCapture, KeepsTheFileToItsOwnerAndLosesNoSpeech) {
   EXPECT_NEAR(played.seconds, 2.1, 0.2);
 }
 
-TEST(GstAudioCapture, OfARecordingThatIsStoppedAtOnceEndsQuicklyAndLeavesNoFileWithoutSound) {
-  GstWorld world;
-  world.hearTone();
-  for (int round = 0; round < 5; ++round) {
-    const auto file = world.newFile();
-    auto recording = world.start(file);
-    ASSERT_NE(recording, nullptr);
-    int failures = 0;
-    recording->onFailure = [&](std::string) { ++failures; };
-    world.loop().runFor(Seconds(0.01 * round));
-    const auto start = world.now();
-    recording->stop();
-    EXPECT_LT(Seconds(world.now() - start).count(), 0.3) << round;
-    EXPECT_TRUE(std::filesystem::file_size(file) == 0 || play(file).seconds > 0) << round;
-    world.loop().runFor(Seconds(0.05));
-    EXPECT_EQ(failures, 0) << round;
-    EXPECT_EQ(world.openStreams(), 0) << round;
-  }
-}
-
-TEST(GstAudioCapture, WorksAgainAfterTheSoundServerWasRestarted) {
-  GstWorld world;
-  world.hearTone();
-  {
-    auto recording = world.start(world.newFile());
-    ASSERT_NE(recording, nullptr);
-    ASSERT_TRUE(world.hears(*recording));
-    recording->stop();
-  }
-  world.server().end();
-  ASSERT_TRUE(world.waitUntil([&] { return !world.audio().hasDefaultDevice(); }));
-  EXPECT_TRUE(std::holds_alternative<AudioFailure>(world.audio().open(world.newFile(), {})));
-  world.server().begin();
-  ASSERT_TRUE(world.waitUntil([&] { return world.audio().hasDefaultDevice(); }));
-  world.hearTone();
-  const auto file = world.newFile();
-  auto recording = world.start(file);
-  ASSERT_NE(recording, nullptr);
-  ASSERT_TRUE(world.hears(*recording));
-  recording->stop();
-  EXPECT_TRUE(world.playable(file));
-}
-
 TEST(GstAudioCapture, KeepsWhatWasSaidBeforeTheLastMicrophoneWasUnplugged) {
   GstWorld world;
-  world.hearTone();
   const auto file = world.newFile();
   auto recording = world.start(file);
-  ASSERT_NE(recording, nullptr);
   int failures = 0;
   recording->onFailure = [&](std::string) { ++failures; };
-  ASSERT_TRUE(world.hears(*recording));
   world.settle();
   world.server().unplugMicrophone();
   EXPECT_TRUE(world.waitUntil([&] { return !world.audio().hasDefaultDevice(); }));
@@ -234,10 +141,7 @@ TEST(GstAudioCapture, KeepsWhatWasSaidBeforeTheLastMicrophoneWasUnplugged) {
 
 TEST(GstAudioCapture, IsNotHeldUpByASoundServerThatHangs) {
   GstWorld world;
-  world.hearTone();
   auto recording = world.start(world.newFile());
-  ASSERT_NE(recording, nullptr);
-  ASSERT_TRUE(world.hears(*recording));
   world.server().hang();
   auto start = world.now();
   recording->stop();

@@ -12,6 +12,7 @@
 #include "platform/linux/LogindActivity.h"
 #include "platform/linux/TimeZoneWatch.h"
 #include "portable/support/RealTime.h"
+#include "support/MemoryLog.h"
 #include "support/TemporaryDirectory.h"
 
 namespace pell::testing {
@@ -19,39 +20,33 @@ namespace {
 
 namespace fs = std::filesystem;
 
-/// Collects what arrives at the journal and at the sink behind it.
-struct JournalEnds final : LogSink {
-  Inbox<std::vector<std::string>> entries;
-  Inbox<std::string> passedOn;
-  JournalLogSink sink{*this, [this](const std::vector<std::string>& fields) { entries.put(fields); }};
-
-  void write(LogLevel, std::string_view line) override { passedOn.put(std::string(line)); }
-};
-
 class JournalWorld final : public RealTime<LogSinkWorld> {
  public:
-  LogSink& sink() override { return ends_.sink; }
+  LogSink& sink() override { return sink_; }
   std::vector<std::string> lines() override {
     std::vector<std::string> lines;
-    for (const auto& entry : ends_.entries.all()) lines.push_back(entry.at(0).substr(sizeof "MESSAGE=" - 1));
+    for (const auto& entry : entries.all()) lines.push_back(entry.at(0).substr(sizeof "MESSAGE=" - 1));
     return lines;
   }
 
+  Inbox<std::vector<std::string>> entries;
+  MemoryLog passedOn;
+
  private:
-  JournalEnds ends_;
+  JournalLogSink sink_{passedOn, [this](const std::vector<std::string>& fields) { entries.put(fields); }};
 };
 
 PELL_INSTANTIATE_CONTRACT(Journal, LogSinkContract, LogSinkWorld, JournalWorld);
 
 TEST(JournalLogSinkTest, TellsTheJournalWhoSpeaksAndHowUrgently) {
-  JournalEnds ends;
-  ends.sink.write(LogLevel::info, "{}");
-  ends.sink.write(LogLevel::warn, "{}");
+  JournalWorld world;
+  world.sink().write(LogLevel::info, "{}");
+  world.sink().write(LogLevel::warn, "{}");
   using ::testing::ElementsAre;
-  EXPECT_THAT(ends.entries.all(),
+  EXPECT_THAT(world.entries.all(),
               ElementsAre(ElementsAre("MESSAGE={}", "PRIORITY=6", "SYSLOG_IDENTIFIER=com.pell.dictation"),
                           ElementsAre("MESSAGE={}", "PRIORITY=3", "SYSLOG_IDENTIFIER=com.pell.dictation")));
-  EXPECT_EQ(ends.passedOn.size(), 2u);
+  EXPECT_EQ(world.passedOn.lines().size(), 2u);
 }
 
 /// The login manager: gives out locks, and counts those that are still held.

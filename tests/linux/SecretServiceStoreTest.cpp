@@ -1,12 +1,10 @@
 #include <csignal>
-#include <cstdlib>
 
 #include "contracts/SecureItemStoreContract.h"
 #include "linux/AppProcess.h"
 #include "linux/BusName.h"
 #include "platform/linux/SecretServiceStore.h"
 #include "portable/support/RealTime.h"
-#include "support/MemoryLog.h"
 
 namespace pell::testing {
 namespace {
@@ -61,11 +59,10 @@ class KeyringWorld final : public RealTime<SecureItemStoreWorld> {
  public:
   KeyringWorld() { reopen(); }
   ~KeyringWorld() override {
-    for (const char* service : {"com.pell.contract", "service.one", "service.two"}) {
-      for (const char* account :
-           {"session", "binary", "unicode", "long", "a", "b", "again", "kept", "late"}) {
-        store_->remove({service, account});
-      }
+    for (const char* account : {"session", "binary", "unicode", "long", "again", "kept", "late"})
+      store_->remove({"com.pell.contract", account});
+    for (const char* service : {"service.one", "service.two"}) {
+      for (const char* account : {"a", "b"}) store_->remove({service, account});
     }
   }
   SecureItemStore& store() override { return *store_; }
@@ -160,29 +157,6 @@ TEST(SecretServiceStoreTest, GoesOnWithTheServiceThatFollowsADeadOne) {
   const auto replies = read(world, key);
   EXPECT_TRUE(world.waitUntil([&] { return replies->size() == 1; }));
   EXPECT_THAT(replies->all(), ::testing::ElementsAre("again"));
-}
-
-TEST(SecureItemStoreFactoryDeathTest, FallsBackWhereThereIsNoKeyring) {
-  // In a process of its own, as the bus is shared by everything in this one.
-  ::testing::GTEST_FLAG(death_test_style) = "threadsafe";
-  const auto choose = [] {
-    setenv("DBUS_SESSION_BUS_ADDRESS", "unix:path=/nonexistent/bus", 1);
-    MemoryLog sink;
-    bool fellBack = false;
-    makeSecureItemStore(
-        [&] {
-          fellBack = true;
-          return nullptr;
-        },
-        Log(sink));
-    std::_Exit(fellBack && sink.count("secure_store_fallback") == 1 ? 7 : 1);
-  };
-  EXPECT_EXIT(choose(), ::testing::ExitedWithCode(7), "");
-
-  MemoryLog sink;
-  EXPECT_NE(makeSecureItemStore([]() -> std::unique_ptr<SecureItemStore> { return nullptr; }, Log(sink)),
-            nullptr);
-  EXPECT_EQ(sink.count("secure_store_fallback"), 0u);
 }
 
 }  // namespace

@@ -1,8 +1,6 @@
 #include "linux/SoundServer.h"
 
 #include <chrono>
-#include <cmath>
-#include <cstdint>
 #include <fstream>
 #include <poll.h>
 #include <signal.h>
@@ -17,18 +15,6 @@ namespace {
 
 constexpr const char* microphone =
     "load-module module-remap-source source_name=microphone master=speaker.monitor";
-
-/// Two minutes of 440 Hz at half of full scale, as raw 48 kHz mono.
-void writeTone(const std::filesystem::path& file) {
-  std::ofstream out(file, std::ios::binary);
-  for (int second = 0; second < 120; ++second) {
-    for (int i = 0; i < 48000; ++i) {
-      const auto value =
-          static_cast<std::int16_t>(16384 * std::sin(2 * 3.14159265358979 * 440 * i / 48000.0));
-      out.write(reinterpret_cast<const char*>(&value), sizeof value);
-    }
-  }
-}
 
 /// Answers a client's first request, its authentication, with "access denied" (error 1 of the protocol).
 void refuse(int client) {
@@ -45,26 +31,18 @@ void refuse(int client) {
 }  // namespace
 
 SoundServer::SoundServer() {
-  std::string name = (std::filesystem::temp_directory_path() / "sound.XXXXXX").string();
-  folder_ = mkdtemp(name.data());
   if (const char* before = getenv("PULSE_SERVER")) outside_ = before;
   setenv("PULSE_SERVER", ("unix:" + socketPath()).c_str(), 1);
-  writeTone(folder_ / "tone");
   begin();
 }
 
 SoundServer::~SoundServer() {
   end();
-  if (outside_.empty()) {
-    unsetenv("PULSE_SERVER");
-  } else {
-    setenv("PULSE_SERVER", outside_.c_str(), 1);
-  }
-  std::filesystem::remove_all(folder_);
+  outside_.empty() ? unsetenv("PULSE_SERVER") : setenv("PULSE_SERVER", outside_.c_str(), 1);
 }
 
 void SoundServer::begin() {
-  const auto script = folder_ / "server.pa";
+  const auto script = folder_.path() / "server.pa";
   std::ofstream(script) << "load-module module-native-protocol-unix auth-anonymous=1 socket=" << socketPath()
                         << "\nload-module module-null-sink sink_name=speaker norewinds=1 rate=48000\n"
                         << microphone << "\nset-default-source microphone\n";
@@ -102,7 +80,6 @@ void SoundServer::beginRefusing() {
 
 void SoundServer::end() {
   refusing_ = std::jthread();
-  player_.reset();
   server_.reset();
 }
 
@@ -112,18 +89,15 @@ void SoundServer::resume() { server_->signal(SIGCONT); }
 void SoundServer::unplugMicrophone() { outputOf({"pactl", "unload-module", "module-remap-source"}); }
 
 void SoundServer::plugMicrophone() {
-  outputOf(
-      {"pactl", "load-module", "module-remap-source", "source_name=microphone", "master=speaker.monitor"});
+  outputOf({"sh", "-c", std::string("pactl ") + microphone});
   outputOf({"pactl", "set-default-source", "microphone"});
 }
 
 void SoundServer::playTone() {
-  player_ = std::make_unique<AppProcess>(
-      std::vector<std::string>{"pacat", "--playback", "--device=speaker", "--raw", "--rate=48000",
-                               "--channels=1", "--format=s16le", "--latency-msec=40", folder_ / "tone"});
+  outputOf({"pactl", "load-module", "module-sine", "sink=speaker", "frequency=440"});
 }
 
-void SoundServer::playNothing() { player_.reset(); }
+void SoundServer::playNothing() { outputOf({"pactl", "unload-module", "module-sine"}); }
 
 int SoundServer::captureStreams() {
   const std::string listing = outputOf({"pactl", "list", "source-outputs"});

@@ -7,6 +7,7 @@
 #include <thread>
 
 #include "linux/AppProcess.h"
+#include "support/TemporaryDirectory.h"
 
 namespace pell::testing {
 
@@ -28,7 +29,7 @@ class SoundServer {
   void unplugMicrophone();
   void plugMicrophone();
 
-  /// A steady tone, for two minutes at most, until `playNothing`.
+  /// A steady tone, until `playNothing`.
   void playTone();
   void playNothing();
 
@@ -36,13 +37,12 @@ class SoundServer {
   int captureStreams();
 
  private:
-  std::string socketPath() const { return folder_ / "socket"; }
+  std::string socketPath() const { return folder_.path() / "socket"; }
 
-  std::filesystem::path folder_;
+  TemporaryDirectory folder_;
   std::string outside_;
   std::unique_ptr<AppProcess> server_;
   std::jthread refusing_;
-  std::unique_ptr<AppProcess> player_;
 };
 
 }  // namespace pell::testing

@@ -28,25 +28,9 @@ std::set<int> connectionsToServer() {
 }
 
 int codeOf(PhysicalKey key) {
-  switch (key) {
-    case PhysicalKey::leftOption:
-      return xkey::leftAlt;
-    case PhysicalKey::rightOption:
-      return xkey::rightAlt;
-    case PhysicalKey::rightCommand:
-      return xkey::rightSuper;
-    case PhysicalKey::control:
-      return xkey::control;
-    case PhysicalKey::shift:
-      return xkey::shift;
-    case PhysicalKey::escape:
-      return xkey::escape;
-    case PhysicalKey::space:
-      return xkey::space;
-    case PhysicalKey::letterA:
-      return xkey::a;
-  }
-  return 0;
+  static constexpr int codes[] = {xkey::leftAlt, xkey::rightAlt, xkey::rightSuper, xkey::control,
+                                  xkey::shift,   xkey::escape,   xkey::space,      xkey::a};
+  return codes[static_cast<int>(key)];
 }
 
 class X11EventTapWorld : public X11World<EventTapWorld> {
@@ -89,6 +73,10 @@ class X11EventTapTest : public ::testing::Test {
     world_.user.lockModifiers(0);
   }
 
+  std::int64_t keysDown() const {
+    return std::ranges::count(events_, TapEventType::keyDown, &TapEvent::type);
+  }
+
   std::unique_ptr<EventTap> open(TapMode mode) {
     auto tap = world_.taps().createTap(mode, [this](const TapEvent& event) {
       events_.push_back(event);
@@ -116,10 +104,7 @@ TEST_F(X11EventTapTest, KeysGoByTheirSymbol) {
       {{"setxkbmap", "ru"}, xkey::leftAlt, keycode::leftOption, modifier::option},
       {{"setxkbmap", "ru"}, xkey::escape, keycode::escape, 0},
       {{"setxkbmap", "us", "-option", "caps:escape"}, xkey::capsLock, keycode::escape, 0},
-      {{"setxkbmap", "us", "-option", "altwin:swap_lalt_lwin"},
-       xkey::leftAlt,
-       keycode::other,
-       modifier::command},
+      {{"setxkbmap", "-option", "altwin:swap_lalt_lwin"}, xkey::leftAlt, keycode::other, modifier::command},
       {{"xmodmap", "-e", "keycode 151 = XF86Fn"}, xkey::fn, keycode::other, modifier::function},
   };
   auto tap = open(TapMode::listenOnly);
@@ -154,18 +139,14 @@ TEST_F(X11EventTapTest, SwallowsTheChordOncePerPressWhateverIsLocked) {
       for (int key : {xkey::control, xkey::leftAlt}) user_.press(key);
       if (shift) user_.press(xkey::shift);
       user_.press(xkey::space);
-      auto chords = [&] {
-        return std::count_if(events_.begin(), events_.end(),
-                             [](const TapEvent& event) { return event.type == TapEventType::keyDown; });
-      };
-      ASSERT_TRUE(world_.waitUntil([&] { return chords() == 1; }));
+      ASSERT_TRUE(world_.waitUntil([&] { return keysDown() == 1; }));
       EXPECT_EQ(events_.back().keyCode, keycode::space);
       EXPECT_EQ(events_.back().flags & modifier::shift, shift ? modifier::shift : 0);
       EXPECT_FALSE(secureEntry->isEnabled()) << "the tap's own grab is still there when the chord arrives";
       if (locks == 0 && !shift) world_.loop.runFor(Seconds(1.2));  // the keyboard repeats
       for (int key : {xkey::space, xkey::shift, xkey::leftAlt, xkey::control}) user_.release(key);
       world_.settle();
-      EXPECT_EQ(chords(), 1);
+      EXPECT_EQ(keysDown(), 1);
       EXPECT_EQ(user_.received(xkey::space), 0);
     }
   }
@@ -187,13 +168,9 @@ TEST_F(X11EventTapTest, TellsTheChordsThatWereOverBeforeItLooked) {
     for (int key : {xkey::control, xkey::leftAlt, xkey::space}) user_.press(key);
     for (int key : {xkey::space, xkey::leftAlt, xkey::control}) user_.release(key);
   }
-  auto told = [&] {
-    return std::count_if(events_.begin(), events_.end(),
-                         [](const TapEvent& event) { return event.type == TapEventType::keyDown; });
-  };
-  EXPECT_TRUE(world_.waitUntil([&] { return told() >= taps; })) << told();
+  EXPECT_TRUE(world_.waitUntil([&] { return keysDown() >= taps; })) << keysDown();
   world_.settle();
-  EXPECT_EQ(told(), taps);
+  EXPECT_EQ(keysDown(), taps);
   EXPECT_EQ(user_.received(xkey::space), 0);
 }
 

@@ -142,22 +142,6 @@ TEST_F(X11PasteboardTest, ReadsTextOfPlainPrograms) {
   peer_.own({{.target = "STRING", .kind = {.type = "STRING"}, .bytes = "caf\xE9"}}, {});
   EXPECT_EQ(pasteboard_->string(), "café");
   EXPECT_EQ(*pasteboard_->items().at(0).data(pasteboardTypeString), "café");
-  AppProcess xclip({"xclip", "-selection", "clipboard", "-i", "-quiet", "/etc/hostname"});
-  EXPECT_TRUE(loop_.runUntil(
-      [&] {
-        return pasteboard_->string() && pasteboard_->string() == outputOf({"cat", "/etc/hostname"});
-      },
-      Seconds(3)));
-}
-
-TEST_F(X11PasteboardTest, LosesItToWhoeverCopiesNext) {
-  pasteboard_->writeItems({text("ours")});
-  peer_.own({utf8("theirs")}, {});
-  EXPECT_EQ(pasteboard_->string(), "theirs");
-  pasteboard_->clearContents();
-  peer_.own({utf8("theirs again")}, {});
-  loop_.runFor(Seconds(0.05));
-  EXPECT_EQ(pasteboard_->string(), "theirs again") << "a clearing that came before took it away";
 }
 
 TEST_F(X11PasteboardTest, OffersThePrimarySelectionUntilTheContentChanges) {

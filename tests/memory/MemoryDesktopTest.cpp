@@ -40,25 +40,10 @@ class EventTapInMemory final : public VirtualWorld<EventTapWorld> {
 
  private:
   static int code(PhysicalKey key) {
-    switch (key) {
-      case PhysicalKey::leftOption:
-        return keycode::leftOption;
-      case PhysicalKey::rightOption:
-        return keycode::rightOption;
-      case PhysicalKey::rightCommand:
-        return keycode::rightCommand;
-      case PhysicalKey::control:
-        return MemoryEventTaps::controlKey;
-      case PhysicalKey::shift:
-        return MemoryEventTaps::shiftKey;
-      case PhysicalKey::escape:
-        return keycode::escape;
-      case PhysicalKey::space:
-        return keycode::space;
-      case PhysicalKey::letterA:
-        return keycode::other;
-    }
-    return keycode::other;
+    static constexpr int codes[] = {
+        keycode::leftOption,       keycode::rightOption, keycode::rightCommand, MemoryEventTaps::controlKey,
+        MemoryEventTaps::shiftKey, keycode::escape,      keycode::space,        keycode::other};
+    return codes[static_cast<int>(key)];
   }
   std::map<PhysicalKey, int> received_;
 };

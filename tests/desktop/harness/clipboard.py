@@ -1,30 +1,31 @@
 """Owners of the clipboard, and what stands on it, format by format."""
 
+import base64
 import pathlib
 import subprocess
 
-from harness.processes import Failure, poll
+from harness.processes import Failure
 
-OWNER = pathlib.Path(__file__).resolve().parent.parent / "programs/clipboard_owner.py"
+PEER = pathlib.Path(__file__).resolve().parent.parent / "programs/clipboard_peer.py"
 # Answers of the owner about itself, not content.
 NOT_CONTENT = {"TIMESTAMP", "TARGETS", "MULTIPLE", "SAVE_TARGETS", "DELETE"}
 
 
 class Owner:
-    """A program that holds the clipboard: "image", FILE, or any number of "FORMAT=FILE" (sent by INCR when large)."""
+    """A program that holds the clipboard: a picture, as GTK offers it, or formats with their bytes."""
 
-    def __init__(self, desktop, *what):
-        self.process = desktop.run("clipboard-owner", "/usr/bin/python3", OWNER, *what)
-        poll(lambda: f"a clipboard owner: {self.process.log.read_text()}", lambda: self._ready(desktop), 10)
-
-    def _ready(self, desktop):
-        if not self.process.running():
-            raise Failure(f"the clipboard owner ended: {self.process.log.read_text()}")
-        return "ready" in self.process.log.read_text() and desktop.atom_owner("CLIPBOARD")
+    def __init__(self, desktop, content=None, picture=None):
+        arguments = [picture] if picture else []
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        self.process = desktop.run("clipboard-owner", "/usr/bin/python3", PEER, *arguments, **pipes)
+        if picture:
+            self.process.answer()
+        else:
+            formats = {name: ["", 8, base64.b64encode(data).decode()] for name, data in content.items()}
+            self.process.ask("own", formats)
 
     def die(self):
-        self.process.popen.kill()
-        self.process.popen.wait()
+        self.process.kill()
 
 
 def formats(desktop):
@@ -32,17 +33,12 @@ def formats(desktop):
     return set(done.decode().split()) - NOT_CONTENT if done is not None else set()
 
 
-def content(desktop, format):
-    """The bytes in one format, or nothing."""
-    return _read(desktop, format)
-
-
 def everything(desktop):
-    return {format: content(desktop, format) for format in formats(desktop)}
+    return {format: _read(desktop, format) for format in formats(desktop)}
 
 
 def text(desktop):
-    found = content(desktop, "UTF8_STRING")
+    found = _read(desktop, "UTF8_STRING")
     return found.decode(errors="replace") if found is not None else None
 
 

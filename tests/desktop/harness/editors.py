@@ -7,7 +7,7 @@ import queue
 import subprocess
 import threading
 
-from harness.keys import SHIFT_LEFT
+from harness.keys import BACKSPACE, CONTROL_LEFT, SHIFT_LEFT
 from harness.processes import Failure, Skip, poll
 
 PROGRAMS = pathlib.Path(__file__).resolve().parent.parent / "programs"
@@ -41,25 +41,20 @@ class OwnEditor(Editor):
 
     def __init__(self, desktop, kind):
         self.name = f"the {kind.upper()} editor"
-        self.file = desktop.folder / f"{kind}-editor.json"
         script = PROGRAMS / f"{kind}_editor.py"
-        self.process = desktop.run(f"{kind}-editor", "/usr/bin/python3", script, self.file, stdin=subprocess.PIPE)
-        poll(f"{self.name} starting; see {self.process.log}", self.file.exists)
+        pipes = {"stdin": subprocess.PIPE, "stdout": subprocess.PIPE}
+        self.process = desktop.run(f"{kind}-editor", "/usr/bin/python3", script, **pipes)
         self.wait_focus()
 
     def state(self):
-        return json.loads(self.file.read_text(encoding="utf-8"))
-
-    def _tell(self, line):
-        self.process.popen.stdin.write(line.encode() + b"\n")
-        self.process.popen.stdin.flush()
+        return self.process.ask("state")
 
     def focus(self, field):
-        self._tell(f"focus {field}")
+        self.process.ask("focus", field)
         self.wait_focus(field)
 
     def clear(self):
-        self._tell("clear")
+        self.process.ask("clear")
         self.wait_text("")
 
 
@@ -205,63 +200,31 @@ class Terminal(Editor):
 
 
 class PlainEditor(Editor):
-    """An editor of the system, read through the accessibility bus."""
+    """An editor of the system, read through the file that it saves."""
 
-    def __init__(self, desktop, command, delivery):
+    delivery = "inserted"
+
+    def __init__(self, desktop, keys, command):
         self.name = command
-        self.delivery = delivery
-        file = desktop.folder / f"{command}.txt"
-        file.touch()
-        self.process = desktop.run(command, command, file)
-        self.tree = AccessibleText(self.process.pid)
-        poll(f"{command} on the accessibility bus", lambda: self.tree.find() is not None, 20)
-        poll(f"{command}'s window", lambda: active_window(desktop.display, self.process.pid))
+        self.keys = keys
+        self.file = desktop.folder / f"{command}.txt"
+        self.file.touch()
+        self.process = desktop.run(command, command, self.file)
+        poll(f"{command}'s window", lambda: active_window(desktop.display, self.process.pid), 20)
+        poll(f"{command} taking keys", self._takes_keys, 20, interval=0.1)
+
+    def _takes_keys(self):
+        self.keys.type("x")
+        return "x" in self.text()
 
     def state(self):
-        return {"text": self.tree.read(), "focus": "text", "active": True}
+        self.keys.tap(CONTROL_LEFT, self.keys.code("s"))
+        return {"text": self.file.read_text().removesuffix("\n"), "focus": "text", "active": True}
 
-
-class AccessibleText:
-    """The largest text field of a program, as the accessibility bus shows it."""
-
-    def __init__(self, pid):
-        import gi
-
-        gi.require_version("Atspi", "2.0")
-        from gi.repository import Atspi
-
-        self.atspi = Atspi
-        self.pid = pid
-        Atspi.set_timeout(2000, 2000)
-
-    def find(self):
-        desktop = self.atspi.get_desktop(0)
-        for index in range(desktop.get_child_count()):
-            application = desktop.get_child_at_index(index)
-            try:
-                if application and application.get_process_id() == self.pid:
-                    return self._text_below(application)
-            except Exception:  # a program that is just ending
-                continue
-        return None
-
-    def _text_below(self, node):
-        states = node.get_state_set()
-        if node.get_text_iface() and states.contains(self.atspi.StateType.EDITABLE):
-            if states.contains(self.atspi.StateType.MULTI_LINE):
-                return node
-        for index in range(node.get_child_count()):
-            child = node.get_child_at_index(index)
-            found = self._text_below(child) if child else None
-            if found:
-                return found
-        return None
-
-    def read(self):
-        node = self.find()
-        if node is None:
-            raise Failure(f"process {self.pid} shows no text field")
-        return self.atspi.Text.get_text(node, 0, self.atspi.Text.get_character_count(node))
+    def clear(self):
+        self.keys.tap(CONTROL_LEFT, self.keys.code("a"))
+        self.keys.tap(BACKSPACE)
+        self.wait_text("")
 
 
 def active_window(display, pid):
@@ -284,17 +247,12 @@ def active_window(display, pid):
 
 def make(desktop, keys, kind):
     """"gtk", "qt", "firefox", "chromium", "plain chromium", "terminal", or the name of an editor of the system."""
-    if kind in ("gtk", "qt"):
-        return OwnEditor(desktop, kind)
-    makers = {
-        "firefox": lambda: Firefox(desktop, keys),
-        "chromium": lambda: Chromium(desktop, keys),
-        "plain chromium": lambda: PlainChromium(desktop, keys),
-        "terminal": lambda: Terminal(desktop),
-        "mousepad": lambda: PlainEditor(desktop, "mousepad", "inserted"),
-        "featherpad": lambda: PlainEditor(desktop, "featherpad", "inserted"),
-    }
+    browsers = {"firefox": Firefox, "chromium": Chromium, "plain chromium": PlainChromium}
     try:
-        return makers[kind]()
+        if kind in ("gtk", "qt"):
+            return OwnEditor(desktop, kind)
+        if kind in browsers:
+            return browsers[kind](desktop, keys)
+        return Terminal(desktop) if kind == "terminal" else PlainEditor(desktop, keys, kind)
     except FileNotFoundError as error:
         raise Skip(f"{error.filename} is not installed") from None

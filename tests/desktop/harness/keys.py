@@ -7,7 +7,7 @@ from Xlib import XK, X
 from Xlib.ext import xtest
 
 ALT_LEFT, ALT_RIGHT, SUPER_RIGHT, CONTROL_LEFT, SHIFT_LEFT = 64, 108, 134, 37, 50
-ESCAPE, SPACE, RETURN, TAB, NUM_LOCK = 9, 65, 36, 23, 77
+ESCAPE, SPACE, RETURN, BACKSPACE, NUM_LOCK = 9, 65, 36, 22, 77
 
 
 class Keyboard:

@@ -1,5 +1,6 @@
 """Starting programs, waiting for what they do, and leaving none behind."""
 
+import json
 import os
 import pathlib
 import signal
@@ -30,14 +31,25 @@ def poll(what, test, timeout=10.0, interval=0.02):
 class Process:
     """One program, its output in a file of its own. Stops by TERM, and by KILL when that is not enough."""
 
-    def __init__(self, name, command, log, env=None, stdin=subprocess.DEVNULL, pass_fds=()):
+    def __init__(self, name, command, log, **options):
         self.name = name
         self.log = pathlib.Path(log)
         with self.log.open("ab") as output:
-            self.popen = subprocess.Popen(
-                [str(part) for part in command], stdin=stdin, stdout=output, stderr=output, env=env, pass_fds=pass_fds
-            )
+            options = {"stdin": subprocess.DEVNULL, "stdout": output} | options
+            self.popen = subprocess.Popen([str(part) for part in command], stderr=output, **options)
         self.pid = self.popen.pid
+
+    def ask(self, *command):
+        """Steers one of programs/*.py, and gives its answer."""
+        self.popen.stdin.write(json.dumps(command).encode() + b"\n")
+        self.popen.stdin.flush()
+        return self.answer()
+
+    def answer(self):
+        line = self.popen.stdout.readline()
+        if not line:
+            raise Failure(f"{self.name} ended: {self.log.read_text()}")
+        return json.loads(line)
 
     def running(self):
         return self.popen.poll() is None
@@ -52,14 +64,24 @@ class Process:
         except subprocess.TimeoutExpired:
             raise Failure(f"{self.name} was still running after {timeout:g} s") from None
 
-    def stop(self, grace=3.0):
-        self.signal(signal.SIGTERM)
-        try:
-            self.popen.wait(grace)
-        except subprocess.TimeoutExpired:
-            self.popen.kill()
-            self.popen.wait()
-        return self.popen.returncode
+    def stop(self):
+        return ended(self.popen)
+
+    def kill(self):
+        self.popen.kill()
+        self.popen.wait()
+
+
+def ended(popen, grace=3.0):
+    """Ends a program by TERM, and by KILL when that is not enough; its exit code."""
+    if popen.poll() is None:
+        popen.terminate()
+    try:
+        popen.wait(grace)
+    except subprocess.TimeoutExpired:
+        popen.kill()
+        popen.wait()
+    return popen.returncode
 
 
 def marked_processes(mark):
