@@ -1,9 +1,7 @@
 """pell-server and pell, as processes of a private desktop."""
 
-import array
 import contextlib
 import dataclasses
-import io
 import json
 import os
 import pathlib
@@ -12,9 +10,6 @@ import socket
 import sqlite3
 import subprocess
 import time
-import urllib.error
-import urllib.request
-import wave
 
 from harness.processes import Failure, poll
 
@@ -30,9 +25,9 @@ class Outcome:
     err: str
 
 
-def run_once(desktop, program, *arguments, stdin="", env=(), timeout=20, prefix=()):
+def run_once(desktop, program, *arguments, stdin="", env=(), timeout=20):
     """Runs a program to its end; a program that does not end is a failure."""
-    command = [*prefix, str(PROGRAMS / program), *arguments]
+    command = [str(PROGRAMS / program), *arguments]
     try:
         done = subprocess.run(
             command, input=stdin.encode(), env=desktop.env | dict(env), capture_output=True, timeout=timeout
@@ -51,17 +46,16 @@ def free_port():
 class Server:
     """A pell-server on a free port with data of its own. `transcript` scripts what it hears; None is real recognition."""
 
-    def __init__(self, desktop, transcript="", minutes=None):
+    def __init__(self, desktop, transcript=""):
         self.desktop = desktop
         self.folder = desktop.folder / "server"
         self.folder.mkdir(exist_ok=True)
         self.port = free_port()
         self.options = ["--listen", f"127.0.0.1:{self.port}", "--data", str(self.folder / "data")]
         if transcript is not None:
-            self.options += ["--transcribe-command", str(self._transcriber())]
+            command = f"wc -c >>'{self.folder}/heard' && exec cat '{self.folder}/transcript'"
+            self.options += ["--transcribe-command", command]
             self.say(transcript)
-        if minutes is not None:
-            self.options += ["--minutes-per-month", str(minutes)]
         self.start()
 
     def start(self, env=None):
@@ -74,10 +68,8 @@ class Server:
     def answers(self):
         if not self.process.running():
             raise Failure(f"pell-server ended: {self.process.log.read_text()}")
-        with contextlib.suppress(OSError):
-            socket.create_connection(("127.0.0.1", self.port), 0.2).close()
-            return True
-        return False
+        with socket.socket() as probe:
+            return probe.connect_ex(("127.0.0.1", self.port)) == 0
 
     def say(self, text):
         """What the next recordings are heard as."""
@@ -85,40 +77,12 @@ class Server:
         fresh.write_bytes(text.encode())
         fresh.rename(self.folder / "transcript")
 
-    def ask(self, path, body, kind="application/json", token=None):
-        """One request as any client may make it; gives (status, decoded JSON)."""
-        request = urllib.request.Request(f"http://127.0.0.1:{self.port}{path}", body, {"Content-Type": kind})
-        if token:
-            request.add_header("Authorization", f"Bearer {token}")
-        try:
-            with urllib.request.urlopen(request, timeout=60) as reply:
-                return reply.status, json.load(reply)
-        except urllib.error.HTTPError as error:
-            return error.code, json.load(error)
-
-    def spend(self, seconds, email=EMAIL, password=PASSWORD):
-        """Dictates that many seconds in the account's name, and gives the server's (status, JSON)."""
-        credentials = json.dumps({"email": email, "password": password}).encode()
-        status, session = self.ask("/api/v1/auth/login", credentials)
-        if status != 200:
-            raise Failure(f"signing in for {email}: {status} {session}")
-        sound = io.BytesIO()
-        with wave.open(sound, "wb") as file:
-            file.setparams((1, 2, 16000, 0, "NONE", ""))
-            file.writeframes(array.array("h", [0, 9000, 0, -9000] * (4000 * seconds)).tobytes())
-        return self.ask("/api/v1/transcribe?language=en", sound.getvalue(), "audio/wav", session["accessToken"])
-
     def heard(self):
         """How many bytes of sound each recording had, in order."""
         with contextlib.suppress(FileNotFoundError):
             return [int(line) for line in (self.folder / "heard").read_text().split()]
         return []
 
-    def _transcriber(self):
-        script = self.folder / "transcriber"
-        script.write_text(f'#!/bin/sh\nwc -c >>"{self.folder}/heard" && exec cat "{self.folder}/transcript"\n')
-        script.chmod(0o700)
-        return script
 
 
 class Pell:
@@ -152,10 +116,10 @@ class Pell:
     def register(self, email=EMAIL, password=PASSWORD):
         self.must("register", email, stdin=password + "\n")
 
-    def start(self, *arguments, env=None, prefix=(), wait=True):
+    def start(self, *arguments, env=None, wait=True):
         """Starts pell; with `wait`, returns when it has launched and, where it can, watches the keys."""
         self.starts += 1
-        command = [*prefix, PROGRAMS / "pell", *arguments]
+        command = [PROGRAMS / "pell", *arguments]
         self.process = self.desktop.run(f"pell-{self.starts}", *command, env=env or {})
         if wait:
             self.wait_event("app_launched")
@@ -169,8 +133,7 @@ class Pell:
         return self.process.wait(10)
 
     def kill(self):
-        self.process.popen.kill()
-        self.process.popen.wait()
+        self.process.kill()
 
     # The log -------------------------------------------------------------------------------------------------
 

@@ -38,8 +38,6 @@ OPENBOX = """<openbox_config xmlns="http://openbox.org/3.4/rc">
 class Parts:
     """Which parts a desktop has. `accessibility` is "on", "off" (there, but switched off) or "none"."""
 
-    screen: str = "1280x800x24"
-    window_manager: bool = True
     accessibility: str = "on"
     audio: bool = True
     keyring: bool = True
@@ -89,11 +87,10 @@ class Desktop:
         self._start_bus()
         # These come up side by side and are waited for together.
         waits = []
-        if self.parts.window_manager:
-            config = self.folder / "openbox.xml"
-            config.write_text(OPENBOX)
-            self.run("openbox", "openbox", "--sm-disable", "--config-file", config)
-            waits.append(("the window manager", self._has_window_manager))
+        config = self.folder / "openbox.xml"
+        config.write_text(OPENBOX)
+        self.run("openbox", "openbox", "--sm-disable", "--config-file", config)
+        waits.append(("the window manager", self._has_window_manager))
         if self.parts.accessibility != "none":
             switch = "1" if self.parts.accessibility == "on" else "0"
             self.run("a11y", "/usr/libexec/at-spi-bus-launcher", "--launch-immediately", f"--a11y={switch}")
@@ -187,7 +184,7 @@ class Desktop:
         import Xlib.display
 
         reading, writing = os.pipe()
-        command = ["Xvfb", "-displayfd", str(writing), "-screen", "0", self.parts.screen, "-noreset", "-nolisten", "tcp"]
+        command = ["Xvfb", "-displayfd", str(writing), "-screen", "0", "1280x800x24", "-noreset", "-nolisten", "tcp"]
         process = self.run("xvfb", *command, pass_fds=(writing,))
         os.close(writing)
         with os.fdopen(reading) as numbers:

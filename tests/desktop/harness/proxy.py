@@ -76,10 +76,6 @@ class FaultProxy:
     def behave(self):
         self.faults.clear()
 
-    def count(self, path):
-        """How many requests came for this path."""
-        return sum(asked.startswith(path) for _, asked, _ in self.requests)
-
     def hold_answers(self, path):
         """Answers to this path wait, from now on, until `let_go`."""
         self.gated = path

@@ -1,7 +1,6 @@
 """Runs scenarios, each in a process and a desktop of its own, and counts."""
 
 import argparse
-import concurrent.futures
 import dataclasses
 import importlib
 import json
@@ -16,7 +15,7 @@ import time
 import traceback
 from typing import Callable
 
-from harness.processes import Failure, Skip
+from harness.processes import Failure, Skip, ended
 
 HERE = pathlib.Path(__file__).resolve().parents[1]
 RESULTS = HERE.parents[1] / "build/desktop-results"
@@ -107,12 +106,7 @@ def run_scenario(found, long):
         try:
             child.wait(limit)
         except subprocess.TimeoutExpired:
-            child.send_signal(signal.SIGTERM)  # the child still takes its picture and ends its desktop
-            try:
-                child.wait(30)
-            except subprocess.TimeoutExpired:
-                child.kill()
-                child.wait()
+            ended(child, grace=30)  # the child still takes its picture and ends its desktop
     seconds = time.monotonic() - began
     try:
         verdict = json.loads((folder / "verdict.json").read_text())
@@ -144,8 +138,6 @@ def main(arguments):
     parser.add_argument("--long", action="store_true", help="the full counts and lengths")
     parser.add_argument("--only", action="append", metavar="NAME", help="scenarios whose name contains NAME")
     parser.add_argument("--list", action="store_true", help="name the scenarios and end")
-    parser.add_argument("--jobs", type=int, default=1, help="how many run side by side (1)")
-    parser.add_argument("--repeat", type=int, default=1, help="how often each runs (1)")
     parser.add_argument("--again", action="store_true", help="a scenario that fails runs once more, and is told of")
     parser.add_argument("--results", metavar="FILE", help="also write the results there, as JSON")
     parser.add_argument("--child", help=argparse.SUPPRESS)
@@ -163,7 +155,7 @@ def main(arguments):
     if not chosen:
         print("no scenario has such a name", file=sys.stderr)
         return 2
-    return run_all(chosen * options.repeat, options)
+    return run_all(chosen, options)
 
 
 def attempt(found, options):
@@ -173,23 +165,13 @@ def attempt(found, options):
     if outcome[0] == "failed" and options.again:
         show(f"{found.name}, which runs again", *outcome)
         outcome = run_scenario(found, options.long)
-    return outcome
+    show(found.name, *outcome)
+    status, text, seconds = outcome
+    return {"name": f"desktop {found.name}", "status": status, "text": text, "seconds": round(seconds, 1)}
 
 
 def run_all(chosen, options):
-    results = []
-    with concurrent.futures.ThreadPoolExecutor(options.jobs) as pool:
-        waiting = {pool.submit(attempt, found, options): found for found in chosen}
-        try:
-            for done in concurrent.futures.as_completed(waiting):
-                name = waiting[done].name
-                status, text, seconds = done.result()
-                show(name, status, text, seconds)
-                results.append({"name": f"desktop {name}", "status": status, "text": text, "seconds": round(seconds, 1)})
-        except (KeyboardInterrupt, SystemExit):
-            for future in waiting:
-                future.cancel()
-            raise
+    results = [attempt(found, options) for found in chosen]
     if options.results:
         pathlib.Path(options.results).write_text(json.dumps(results, indent=1))
     counts = {status: sum(r["status"] == status for r in results) for status in ("passed", "failed", "skipped")}

@@ -28,14 +28,12 @@ class World:
 
     # The players ---------------------------------------------------------------------------------------------
 
-    def setup(
-        self, editor="gtk", transcript="", minutes=None, defaults=None, start=True, password=clients.PASSWORD
-    ):
+    def setup(self, editor="gtk", transcript="", defaults=None, start=True, password=clients.PASSWORD):
         """A signed-in pell in front of its server (through the proxy), and an editor with the focus.
 
         `transcript` is what every recording is heard as; None means real recognition.
         """
-        self.server = clients.Server(self.desktop, transcript=transcript, minutes=minutes)
+        self.server = clients.Server(self.desktop, transcript=transcript)
         self.proxy = proxy.FaultProxy(self.server.port)
         self.pell = clients.Pell(self.desktop, self.proxy.address, defaults)
         self.pell.register(password=password)
@@ -100,6 +98,29 @@ class World:
         self.keys.tap(keys.ALT_LEFT, seconds=0.04)
         return self.pell.wait_delivered(since)
 
+    def held_back(self):
+        """One dictation by the hold, whose answer waits at the proxy until `let_go`; gives where the log stood."""
+        self.proxy.hold_answers(TRANSCRIBE)
+        since = self.pell.mark()
+        with self.holding():
+            time.sleep(0.1)
+        self.proxy.wait_held()
+        return since
+
+    def refused(self, reason):
+        """The key goes down where nothing may be dictated: Pell says so and records nothing."""
+        since = self.pell.mark()
+        with self.keys.held(keys.ALT_LEFT):
+            self.pell.wait_event("dictation_refused_secure_field", since, reason=reason)
+            self.check(not self.pell.records(), "a refused dictation records")
+        self.pell.wait_silent()
+
+    def restart(self, **options):
+        self.pell.stop()
+        if self.editor:
+            self.editor.clear()
+        self.pell.start("--hidden", **options)
+
     def steer(self, action):
         self.pell.must("dictate", action)
 
@@ -140,5 +161,5 @@ class World:
 
 
 def files_below(*folders):
-    for folder in folders:
-        yield from (path for path in sorted(pathlib.Path(folder).rglob("*")) if path.is_file() and not path.is_symlink())
+    for folder in map(pathlib.Path, folders):
+        yield from (path for path in [folder, *sorted(folder.rglob("*"))] if path.is_file() and not path.is_symlink())

@@ -55,6 +55,7 @@ def long_speech_ends_in_text(world):
 @scenario(over=["mousepad", "featherpad"])
 def everyday_editors(world, kind):
     world.setup(editor=kind, transcript="Words for an editor of the system.")
+    world.editor.clear()
     world.hold()
     text = world.pell.rows()[-1]["text"]
     world.editor.wait_text(text)
@@ -85,9 +86,9 @@ def control_alt_space(world):
     """Starts and stops, with any lock on, and the space never reaches the editor."""
     world.setup(transcript="Toggled.", defaults={"hotKeyTrigger": "toggleControlOptionSpace"})
     expected = ""
-    for lock in (None, keys.NUM_LOCK, keys.NUM_LOCK):
-        if lock:
-            world.keys.tap(lock)
+    for turn in range(3):
+        if turn:
+            world.keys.tap(keys.NUM_LOCK)
         since = world.pell.mark()
         world.keys.tap(keys.CONTROL_LEFT, keys.ALT_LEFT, keys.SPACE, seconds=0.3)  # long enough to repeat
         world.wait_recording()
@@ -194,11 +195,7 @@ def text_follows_the_user(world):
     """The application that is in front when the text arrives gets it, not the one where the dictation began."""
     world.setup(transcript="Where am I?")
     first = world.editor
-    world.proxy.hold_answers("/api/v1/transcribe")
-    since = world.pell.mark()
-    with world.holding():
-        time.sleep(0.1)
-    world.proxy.wait_held()
+    since = world.held_back()
     second = editors.make(world.desktop, world.keys, "qt")
     world.proxy.let_go()
     world.pell.wait_delivered(since)

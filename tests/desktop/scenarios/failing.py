@@ -69,21 +69,6 @@ def slow_server(world):
     world.editor.wait_text("abLate but right.")
 
 
-@scenario()
-def quota_of_the_server(world):
-    """pell-server's own refusal, not a scripted one: its sentence reaches the user."""
-    world.setup(transcript="One too many.", minutes=1)
-    world.expect(world.server.spend(59)[0], 200, "the first minute")
-    for _ in range(3):
-        status, body = world.server.spend(2)
-        if status != 200:
-            break
-    world.expect((status, body.get("code")), (402, "QUOTA_EXCEEDED"), "past the first minute")
-    end = world.dictate()
-    world.expect((end["event"], end["reason"]), ("dictation_failed", body["error"]), "the dictation")
-    world.nothing_kept()
-
-
 @scenario(limit=90)
 def microphone_gone(world):
     """The sound server dies during a recording; when it is back, so is dictation."""
@@ -91,8 +76,7 @@ def microphone_gone(world):
     since = world.pell.mark()
     with world.keys.held(keys.ALT_LEFT):
         world.wait_recording()
-        world.desktop.audio.popen.kill()
-        world.desktop.audio.popen.wait()
+        world.desktop.audio.kill()
         world.pell.wait_event("microphone_lost", since)
         told = world.pell.command("dictate", "finish")
     world.check(told.code == 1 and "lost the microphone" in told.err, f"the user is told {told}")
@@ -189,8 +173,7 @@ def killed_around_the_reply(world, mode):
 @scenario(limit=240, long_limit=900)
 def full_disk(world):
     """The disk fills up at the nth write: the text still arrives, nothing hangs, and later all is well."""
-    world.setup(transcript="There is no room.")
-    world.pell.stop()
+    world.setup(transcript="There is no room.", start=False)
     switch = world.folder / "disk-full"
     shim = full_disk_shim(world, world.desktop.home, switch)
     refused = 0

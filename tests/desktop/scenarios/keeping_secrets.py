@@ -76,10 +76,10 @@ def canaries(world):
     secrets["the wrong password"] = "canary-wrong-password"
     world.pell.stop()
     seen = watch.end() | {("the journal", journal(world))}
-    # Their places: the history, the clipboard's and the editor's own text, the keyring, the script of the recogniser.
-    allowed = ("pell.db", "-editor.json", "keyrings", "/server/transcript")
-    for file in files_below(world.folder, "/tmp"):
-        if any(part in str(file) for part in allowed) or (file.is_relative_to("/tmp") and not mine(world, file)):
+    # Their places: the history, the keyring, the script of the recogniser.
+    allowed = ("pell.db", "keyrings", "/server/transcript")
+    for file in {*files_below(world.folder, *pathlib.Path("/tmp").glob("pell*"))}:
+        if any(part in str(file) for part in allowed):
             continue
         try:
             seen.add((str(file), file.read_bytes()))
@@ -91,10 +91,6 @@ def canaries(world):
     for where, data in seen:
         for what, secret in secrets.items():
             world.check(secret.encode() not in data, f"{what} stands in {where}")
-
-
-def mine(world, file):
-    return file.is_relative_to(world.folder) or file.name.startswith("pell")
 
 
 @scenario()

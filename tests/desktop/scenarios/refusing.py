@@ -1,10 +1,8 @@
 """Fields that must not receive dictated text."""
 
-import time
-
 from Xlib import X
 
-from harness import clipboard, editors, keys
+from harness import clipboard, editors
 from harness.processes import poll
 from harness.runner import scenario
 
@@ -14,21 +12,13 @@ def password_field(world, kind):
     """Refused at the start and at delivery; afterwards an ordinary field is served as before."""
     world.setup(editor=kind, transcript="A secret place.")
     world.editor.focus("secret")
-    since = world.pell.mark()
-    with world.keys.held(keys.ALT_LEFT):
-        world.pell.wait_event("dictation_refused_secure_field", since, reason="role")
-        world.check(not world.pell.records(), "a refused dictation records")
-    world.pell.wait_silent()
+    world.refused("role")
     world.nothing_kept()
     world.expect(world.server.heard(), [], "recordings that reached the server")
 
     world.editor.focus("text")
-    world.proxy.hold_answers("/api/v1/transcribe")
     before = clipboard.everything(world.desktop)
-    since = world.pell.mark()
-    with world.holding():
-        time.sleep(0.1)
-    world.proxy.wait_held()
+    since = world.held_back()
     world.editor.focus("secret")
     world.proxy.let_go()
     world.pell.wait_event("delivery_refused_secure_field", since, reason="role")
@@ -49,10 +39,7 @@ def password_field_that_was_there_first(world, kind):
     world.setup(editor=kind, transcript="A secret place.", start=False)
     world.editor.focus("secret")
     world.pell.start("--hidden")
-    since = world.pell.mark()
-    with world.keys.held(keys.ALT_LEFT):
-        world.pell.wait_event("dictation_refused_secure_field", since, reason="role")
-    world.pell.wait_silent()
+    world.refused("role")
     world.expect(world.editor.state()["secret"], "", "the password field")
 
 
@@ -63,10 +50,7 @@ def exclusive_keyboard(world):
     root = world.desktop.display.screen().root
     root.grab_keyboard(False, X.GrabModeAsync, X.GrabModeAsync, X.CurrentTime)
     world.desktop.display.sync()
-    since = world.pell.mark()
-    with world.keys.held(keys.ALT_LEFT):
-        world.pell.wait_event("dictation_refused_secure_field", since, reason="secureInput")
-    world.pell.wait_silent()
+    world.refused("secureInput")
     world.desktop.display.ungrab_keyboard(X.CurrentTime)
     world.desktop.display.sync()
     world.server.say("An open place.")
