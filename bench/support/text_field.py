@@ -1,4 +1,4 @@
-#!/ usr / bin / python3
+#!/usr/bin/python3
 """A window with one GTK text view. Prints the number of characters in it at each change; "clear" on standard input
 empties it, "text" prints the whole of it as a JSON string."""
 
