@@ -1,3 +1,4 @@
+#include <gio/gio.h>
 #include <glib.h>
 
 #include "linux/EditorWorld.h"
@@ -112,8 +113,13 @@ TEST(AtspiTrust, IsSwitchedOnWhenAskedFor) {
   EditorWorld world("gtk_editor.py", "entry");
   setAccessibilityEnabled(false);
   ASSERT_TRUE(world.waitUntil([&] { return !world.tree().isTrusted(); }));
+  GSettings* settings = g_settings_new("org.gnome.desktop.interface");
+  auto isKept = [&] { return g_settings_get_boolean(settings, "toolkit-accessibility") != FALSE; };
+  ASSERT_TRUE(world.waitUntil([&] { return !isKept(); }));
   world.tree().requestTrust();
   EXPECT_TRUE(world.waitUntil([&] { return world.tree().isTrusted(); }));
+  EXPECT_TRUE(world.waitUntil(isKept)) << "the next login has it too";
+  g_object_unref(settings);
 }
 
 TEST(AtspiTrust, TakesTheRestOfTheGrantIntoAccount) {

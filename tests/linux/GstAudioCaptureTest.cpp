@@ -176,6 +176,28 @@ TEST(GstAudioCapture, IsDeniedWhereTheServerRefusesUs) {
   world.audio().requestAccess([&](bool answer) { granted = answer; });
   ASSERT_TRUE(world.waitUntil([&] { return granted.has_value(); }));
   EXPECT_FALSE(*granted);
+
+  // Somebody switches it on, and the user is not asked a second time.
+  world.server().end();
+  world.server().begin();
+  EXPECT_TRUE(
+      world.waitUntil([&] { return world.audio().authorization() == MicrophoneAuthorization::authorized; }));
+}
+
+TEST(GstAudioCapture, TakesAMicrophoneForGrantedUntilTheServerHasTold) {
+  SoundServer server;
+  RealLoop loop;
+  HeldDefaults defaults;
+  MemoryLog log;
+  {
+    GstAudioCapture capture(loop, defaults, Log(log));
+    EXPECT_TRUE(capture.hasDefaultDevice()) << "it was not asked yet";
+    loop.runFor(Seconds(0.5));
+    EXPECT_TRUE(capture.hasDefaultDevice());
+  }
+  server.end();
+  GstAudioCapture capture(loop, defaults, Log(log));
+  EXPECT_TRUE(loop.runUntil([&] { return !capture.hasDefaultDevice(); }, Seconds(5)));
 }
 
 }  // namespace

@@ -176,7 +176,9 @@ TEST_F(X11EventTapTest, TellsTheChordsThatWereOverBeforeItLooked) {
 
 TEST_F(X11EventTapTest, SaysWhenAnotherProgramHasTheChord) {
   user_.grabChord(xkey::space, xmodifier::control | xmodifier::alt);
-  EXPECT_EQ(world_.taps().createTap(TapMode::active, [](const TapEvent&) { return false; }), nullptr);
+  for (int attempt = 0; attempt < 3; ++attempt) {
+    EXPECT_EQ(world_.taps().createTap(TapMode::active, [](const TapEvent&) { return false; }), nullptr);
+  }
   ASSERT_EQ(world_.lines.count("event_tap_unavailable"), 1u);
   EXPECT_NE(open(TapMode::listenOnly), nullptr);
 }

@@ -134,9 +134,21 @@ void GstAudioCapture::requestAccess(std::function<void(bool granted)> answer) {
   sources_->tryAccess([&main = main_, weak = std::weak_ptr(self_), answer](PulseSources::Access access) {
     main.post([weak, answer, access] {
       auto self = weak.lock();
-      if (self && access == PulseSources::Access::granted) (*self)->defaults_.set(allowedKey, true);
+      if (self && access == PulseSources::Access::granted) (*self)->remember();
+      if (self && access == PulseSources::Access::refused) (*self)->awaitAllowance();
       // Without a server or a microphone nothing was refused; the recording itself tells what is missing.
       answer(access != PulseSources::Access::refused);
+    });
+  });
+}
+
+void GstAudioCapture::remember() { defaults_.set(allowedKey, true); }
+
+/// The user was asked and has agreed: nobody asks again once the server lets us in.
+void GstAudioCapture::awaitAllowance() {
+  sources_->whenAllowed([&main = main_, weak = std::weak_ptr(self_)] {
+    main.post([weak] {
+      if (auto self = weak.lock()) (*self)->remember();
     });
   });
 }

@@ -36,6 +36,8 @@ class GstAudioCapture : public AudioCapture {
   using Pipeline = std::shared_ptr<CapturePipeline>;
   using Building = std::variant<Pipeline, AudioFailure>;
   AudioOpening openWithoutReport(const std::filesystem::path& file, const AudioSettings& settings);
+  void remember();
+  void awaitAllowance();
   Building takePipeline(const AudioSettings& settings);
   void prepareNext();
 

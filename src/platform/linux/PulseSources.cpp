@@ -38,8 +38,7 @@ void release(pa_operation* operation) {
 
 /// A capture that is being tried out, with everybody who waits for its outcome.
 struct PulseSources::Attempt {
-  PulseSources* owner = nullptr;
-  pa_stream* stream = nullptr;
+  pa_stream* stream = nullptr;  // from when the connection stands
   pa_time_event* limit = nullptr;
   std::vector<std::function<void(Access)>> answers;
 };
@@ -54,9 +53,11 @@ PulseSources::~PulseSources() {
   pa_threaded_mainloop_stop(loop_);
   auto* api = pa_threaded_mainloop_get_api(loop_);
   if (attempt_) {
-    pa_stream_set_state_callback(attempt_->stream, nullptr, nullptr);
     api->time_free(attempt_->limit);
-    pa_stream_unref(attempt_->stream);
+    if (attempt_->stream) {
+      pa_stream_set_state_callback(attempt_->stream, nullptr, nullptr);
+      pa_stream_unref(attempt_->stream);
+    }
   }
   if (retry_) api->time_free(retry_);
   if (context_) {
@@ -78,6 +79,7 @@ void PulseSources::connect() {
 void PulseSources::retry() {
   known_ = false;
   microphones_ = 0;
+  settled_ = true;
   if (retry_) return;
   retryDelay_ = std::clamp(retryDelay_ * 2, firstRetry, longestRetry);
   auto* api = pa_threaded_mainloop_get_api(loop_);
@@ -111,11 +113,11 @@ void PulseSources::onContextState() {
           },
           this);
       release(pa_context_subscribe(context_, PA_SUBSCRIPTION_MASK_SOURCE, nullptr, nullptr));
-      list();
+      onReady();
       break;
     case PA_CONTEXT_FAILED:
       noteRefusal();
-      if (attempt_) finish(*attempt_, refused_ ? Access::refused : Access::unknown);
+      finishAttempt(refused_ ? Access::refused : Access::unknown);
       retry();
       break;
     case PA_CONTEXT_TERMINATED:
@@ -141,24 +143,55 @@ void PulseSources::list() {
         // Listings may overlap; their answers come one after the other.
         self->microphones_ = std::exchange(self->counted_, 0);
         self->known_ = true;
+        self->settled_ = true;
       },
       this));
 }
 
+void PulseSources::onReady() {
+  list();
+  if (attempt_) startAttempt();
+  if (!allowed_) return;
+  beginAttempt([this](Access access) {
+    if (access != Access::granted) return;
+    if (auto allowed = std::exchange(allowed_, nullptr)) allowed();
+  });
+}
+
+void PulseSources::whenAllowed(std::function<void()> allowed) {
+  LoopLock lock(loop_);
+  allowed_ = std::move(allowed);
+}
+
 void PulseSources::tryAccess(std::function<void(Access)> answer) {
   LoopLock lock(loop_);
+  beginAttempt(std::move(answer));
+}
+
+void PulseSources::beginAttempt(std::function<void(Access)> answer) {
   if (attempt_) {
     attempt_->answers.push_back(std::move(answer));
     return;
   }
-  if (!context_ || pa_context_get_state(context_) != PA_CONTEXT_READY) {
-    const auto access = refused_ ? Access::refused : Access::unknown;
-    answer(access);
+  const auto state = context_ ? pa_context_get_state(context_) : PA_CONTEXT_FAILED;
+  if (!PA_CONTEXT_IS_GOOD(state)) {
+    answer(refused_ ? Access::refused : Access::unknown);
     return;
   }
   attempt_ = std::make_unique<Attempt>();
-  attempt_->owner = this;
   attempt_->answers.push_back(std::move(answer));
+  auto* api = pa_threaded_mainloop_get_api(loop_);
+  const timeval when = after(accessLimit);
+  attempt_->limit = api->time_new(
+      api, &when,
+      [](pa_mainloop_api*, pa_time_event*, const timeval*, void* self) {
+        static_cast<PulseSources*>(self)->finishAttempt(Access::unknown);
+      },
+      this);
+  if (state == PA_CONTEXT_READY) startAttempt();
+}
+
+void PulseSources::startAttempt() {
   const pa_sample_spec format = {.format = PA_SAMPLE_S16LE, .rate = 16000, .channels = 1};
   attempt_->stream = pa_stream_new(context_, "Microphone check", &format, nullptr);
   pa_stream_set_state_callback(
@@ -166,33 +199,26 @@ void PulseSources::tryAccess(std::function<void(Access)> answer) {
       [](pa_stream* stream, void* data) {
         auto& self = *static_cast<PulseSources*>(data);
         const auto state = pa_stream_get_state(stream);
-        if (state == PA_STREAM_READY) self.finish(*self.attempt_, Access::granted);
+        if (state == PA_STREAM_READY) self.finishAttempt(Access::granted);
         if (state != PA_STREAM_FAILED) return;
         self.noteRefusal();
-        self.finish(*self.attempt_, self.refused_ ? Access::refused : Access::unknown);
-      },
-      this);
-  auto* api = pa_threaded_mainloop_get_api(loop_);
-  const timeval when = after(accessLimit);
-  attempt_->limit = api->time_new(
-      api, &when,
-      [](pa_mainloop_api*, pa_time_event*, const timeval*, void* data) {
-        auto& self = *static_cast<PulseSources*>(data);
-        self.finish(*self.attempt_, Access::unknown);
+        self.finishAttempt(self.refused_ ? Access::refused : Access::unknown);
       },
       this);
   if (pa_stream_connect_record(attempt_->stream, nullptr, nullptr, PA_STREAM_NOFLAGS) < 0)
-    finish(*attempt_, Access::unknown);
+    finishAttempt(Access::unknown);
 }
 
-void PulseSources::finish(Attempt& attempt, Access access) {
-  pa_stream_set_state_callback(attempt.stream, nullptr, nullptr);
-  pa_stream_disconnect(attempt.stream);
-  pa_stream_unref(attempt.stream);
-  pa_threaded_mainloop_get_api(loop_)->time_free(attempt.limit);
-  const auto answers = std::move(attempt.answers);
-  attempt_.reset();
-  for (const auto& answer : answers) answer(access);
+void PulseSources::finishAttempt(Access access) {
+  auto attempt = std::exchange(attempt_, nullptr);
+  if (!attempt) return;
+  if (attempt->stream) {
+    pa_stream_set_state_callback(attempt->stream, nullptr, nullptr);
+    pa_stream_disconnect(attempt->stream);
+    pa_stream_unref(attempt->stream);
+  }
+  pa_threaded_mainloop_get_api(loop_)->time_free(attempt->limit);
+  for (const auto& answer : attempt->answers) answer(access);
 }
 
 }  // namespace pell

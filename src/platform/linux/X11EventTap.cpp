@@ -343,10 +343,11 @@ X11EventTapService::X11EventTapService(Executor& main, const Log& log) : main_(m
 
 std::unique_ptr<EventTap> X11EventTapService::createTap(TapMode mode, Callback callback) {
   auto tap = std::make_unique<X11EventTap>(main_, log_, mode);
-  if (auto reason = tap->start(std::move(callback)); !reason.empty()) {
-    log_.warn("event_tap_unavailable", {{"reason", reason}});
-    return nullptr;
-  }
+  auto reason = tap->start(std::move(callback));
+  // Whoever wants a tap tries again and again; the log hears of news only.
+  if (reason != reason_ && !reason.empty()) log_.warn("event_tap_unavailable", {{"reason", reason}});
+  reason_ = std::move(reason);
+  if (!reason_.empty()) return nullptr;
   return tap;
 }
 

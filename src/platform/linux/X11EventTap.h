@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 
 #include "platform/EventTap.h"
 #include "platform/linux/X11Connection.h"
@@ -23,13 +24,14 @@ class X11EventTapService final : public EventTapService {
   /// Callbacks run on `main`, which outlives the service and its taps.
   X11EventTapService(Executor& main, const Log& log);
 
-  /// Null, with the reason in the log, when there is no X server, when it lacks an extension, or when
-  /// another program has the chord.
+  /// Null when there is no X server, when it lacks an extension, or when another program has the chord; the
+  /// log tells which, once in each run of failures.
   std::unique_ptr<EventTap> createTap(TapMode mode, Callback callback) override;
 
  private:
   Executor& main_;
   const Log& log_;
+  std::string reason_;  // of the last failure; empty after a success
 };
 
 /// Empty where the session's keys can be watched and pressed, else what is missing. Asks the server; not

@@ -10,6 +10,7 @@
 #include <unistd.h>
 #include <utility>
 
+#include "platform/linux/DesktopSettings.h"
 #include "platform/linux/GLibPtr.h"
 #include "platform/linux/X11Loop.h"
 #include "stores/Log.h"
@@ -190,6 +191,9 @@ PasteStyle X11Workspace::pasteStyle() const {
 }
 
 bool X11Workspace::open(const std::string& address) {
+  if (auto page = DesktopSettings::pageOf(address)) {
+    return DesktopSettings(DesktopSettings::thisSession(), log_).open(*page);
+  }
   // A path becomes an address; what is one already stays as it is.
   GFile* file = nullptr;
   std::string uri = address;
