@@ -9,9 +9,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-// Longer than the name of any style.
-constexpr std::size_t longestStyle = 100;
-
 PreferenceChange readChange(const Json& body) {
   PreferenceChange change;
   if (const auto enabled = body.find("cleanupEnabled"); enabled != body.end()) {
@@ -22,10 +19,12 @@ PreferenceChange readChange(const Json& body) {
   }
   if (const auto style = body.find("cleanupPromptVersion"); style != body.end()) {
     change.cleanupPromptVersion.emplace();
-    if (!style->is_null()) change.cleanupPromptVersion = requiredString(body, "cleanupPromptVersion");
-    if (!style->is_null() && (style->get_ref<const std::string&>().empty() ||
-                              style->get_ref<const std::string&>().size() > longestStyle)) {
-      throw Refusal({400, "UNKNOWN_STYLE", "This server does not know that style."});
+    if (!style->is_null()) {
+      const std::string id = requiredString(body, "cleanupPromptVersion");
+      if (!StyleCatalogue::find(id)) {
+        throw Refusal({400, "UNKNOWN_STYLE", "This server does not know that style."});
+      }
+      change.cleanupPromptVersion = id;
     }
   }
   return change;
@@ -119,16 +118,20 @@ std::vector<Route> progressRoutes(const EndpointServices& services) {
 }
 
 std::vector<Route> serviceRoutes(const EndpointServices& services) {
-  const TranscribeEndpoint endpoint({.metering = services.metering,
+  const TranscribeEndpoint endpoint({.accounts = services.accounts,
+                                     .metering = services.metering,
                                      .achievements = services.achievements,
                                      .transcriber = services.transcriber,
+                                     .cleaner = services.cleaner,
                                      .log = services.log});
   const auto transcribe = asJson([endpoint](const Call& call) { return endpoint.answer(call); });
+  const auto styles = asJson([](const Call&) { return StyleCatalogue::reply(); });
   const auto config = asJson([file = services.signedConfig](const Call&) { return readSignedConfig(file); });
   // clang-format off
   return {
-      {"POST", "/api/v1/transcribe", Access::signedIn, BodyKind::audio, Effort::lengthy, transcribe},
-      {"GET",  "/api/v1/app-config", Access::open,     BodyKind::none,  Effort::quick,   config},
+      {"POST", "/api/v1/transcribe",     Access::signedIn, BodyKind::audio, Effort::lengthy, transcribe},
+      {"GET",  "/api/v1/cleanup-styles", Access::signedIn, BodyKind::none,  Effort::quick,   styles},
+      {"GET",  "/api/v1/app-config",     Access::open,     BodyKind::none,  Effort::quick,   config},
   };
   // clang-format on
 }

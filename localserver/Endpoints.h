@@ -6,6 +6,7 @@
 
 #include "localserver/Accounts.h"
 #include "localserver/Achievements.h"
+#include "localserver/Cleaner.h"
 #include "localserver/Metering.h"
 #include "localserver/Router.h"
 #include "localserver/Transcriber.h"
@@ -20,6 +21,7 @@ struct EndpointServices {
   Metering& metering;
   Achievements& achievements;
   Transcriber& transcriber;
+  Cleaner& cleaner;
   ServerLog& log;
   /// Where the operator's signed document is, if there is one.
   std::filesystem::path signedConfig;

@@ -11,7 +11,7 @@
 namespace pell::localserver {
 namespace {
 
-constexpr std::array<std::string_view, 13> valued = {
+constexpr std::array<std::string_view, 16> valued = {
     "--listen",
     "--data",
     "--minutes-per-month",
@@ -25,6 +25,9 @@ constexpr std::array<std::string_view, 13> valued = {
     "--transcribe-model",
     "--transcribe-command",
     "--transcribe-key-file",
+    "--clean-url",
+    "--clean-model",
+    "--clean-key-file",
 };
 
 // More minutes than the longest month has; "no limit" in all but name, and no sum of seconds overflows.
@@ -82,19 +85,29 @@ std::string readSender(const std::string& text) {
   return text;
 }
 
+/// What "--PURPOSE-url", "--PURPOSE-model" and "--PURPOSE-key-file" say.
+std::optional<ServiceAddress> serviceOf(const Arguments& arguments, const std::string& purpose) {
+  const std::string name = "--" + purpose + "-url";
+  const auto url = arguments.option(name);
+  const auto model = arguments.option("--" + purpose + "-model");
+  const auto keyFile = arguments.option("--" + purpose + "-key-file");
+  if (!url && (model || keyFile)) {
+    throw Malformed{fmt::format("--{0}-model and --{0}-key-file go with --{0}-url.", purpose)};
+  }
+  if (!url) return std::nullopt;
+  if (!model) throw Malformed{fmt::format("{} needs --{}-model.", name, purpose)};
+  return ServiceAddress{.url = readUrl(name, *url), .model = *model, .keyFile = keyFile};
+}
+
 RecogniserChoice recogniserOf(const Arguments& arguments) {
   const auto command = arguments.option("--transcribe-command");
-  const auto url = arguments.option("--transcribe-url");
-  const auto model = arguments.option("--transcribe-model");
-  const auto keyFile = arguments.option("--transcribe-key-file");
-  if (command && url) throw Malformed{"--transcribe-command and --transcribe-url exclude each other."};
-  if (!url && (model || keyFile)) {
-    throw Malformed{"--transcribe-model and --transcribe-key-file go with --transcribe-url."};
+  if (command && arguments.option("--transcribe-url")) {
+    throw Malformed{"--transcribe-command and --transcribe-url exclude each other."};
   }
+  const auto service = serviceOf(arguments, "transcribe");
   if (command) return RecogniserCommand{*command};
-  if (!url) return BuiltInRecogniser{};
-  if (!model) throw Malformed{"--transcribe-url needs --transcribe-model."};
-  return RecogniserAddress{.url = readUrl("--transcribe-url", *url), .model = *model, .keyFile = keyFile};
+  if (service) return *service;
+  return BuiltInRecogniser{};
 }
 
 Options optionsFrom(const Arguments& arguments, const Environment& environment) {
@@ -104,6 +117,7 @@ Options optionsFrom(const Arguments& arguments, const Environment& environment) 
   Options options;
   options.data = dataDirectory(arguments, environment);
   options.recogniser = recogniserOf(arguments);
+  options.cleaner = serviceOf(arguments, "clean");
   for (const auto& [name, text] : arguments.options) {
     if (name == "--listen") readListen(text, options);
     if (name == "--minutes-per-month") options.minutesPerMonth = numberIn(name, text, {1, mostMinutes});
@@ -172,6 +186,13 @@ Speech is recognised by the built-in English recogniser, or by one of these:
                                  http://127.0.0.1:8000/v1/audio/transcriptions
   --transcribe-model NAME        the model that it is asked for
   --transcribe-key-file FILE     a file with the key that it is given
+
+Transcripts are cleaned by rules, in the style of each dictation, or by a language model:
+
+  --clean-url URL                an OpenAI-compatible address, as
+                                 http://127.0.0.1:8000/v1/chat/completions
+  --clean-model NAME             the model that it is asked for
+  --clean-key-file FILE          a file with the key that it is given
 
 Commands:
 

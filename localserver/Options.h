@@ -24,14 +24,15 @@ struct RecogniserCommand {
   friend bool operator==(const RecogniserCommand&, const RecogniserCommand&) = default;
 };
 
-struct RecogniserAddress {
+/// A service that another program runs.
+struct ServiceAddress {
   std::string url;
   std::string model;
   std::optional<std::filesystem::path> keyFile;
-  friend bool operator==(const RecogniserAddress&, const RecogniserAddress&) = default;
+  friend bool operator==(const ServiceAddress&, const ServiceAddress&) = default;
 };
 
-using RecogniserChoice = std::variant<BuiltInRecogniser, RecogniserCommand, RecogniserAddress>;
+using RecogniserChoice = std::variant<BuiltInRecogniser, RecogniserCommand, ServiceAddress>;
 
 /// What the command line asked for.
 struct Options {
@@ -49,6 +50,8 @@ struct Options {
   bool verifyEmail = true;
   bool behindProxy = false;
   RecogniserChoice recogniser;
+  /// Absent: transcripts are cleaned by rules.
+  std::optional<ServiceAddress> cleaner;
 
   friend bool operator==(const Options&, const Options&) = default;
 };

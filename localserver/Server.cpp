@@ -8,11 +8,13 @@
 #include <thread>
 
 #include "localserver/AudioDecoder.h"
+#include "localserver/ChatCleaner.h"
 #include "localserver/CommandTranscriber.h"
 #include "localserver/DataFiles.h"
 #include "localserver/Endpoints.h"
 #include "localserver/Pages.h"
 #include "localserver/RemoteTranscriber.h"
+#include "localserver/RuleCleaner.h"
 #include "localserver/SphinxTranscriber.h"
 #include "localserver/SqliteStorage.h"
 #include "localserver/Text.h"
@@ -50,6 +52,10 @@ std::string readKey(const std::filesystem::path& file) {
   return trimmed(key);
 }
 
+std::optional<std::string> keyOf(const ServiceAddress& service) {
+  return service.keyFile ? std::optional(readKey(*service.keyFile)) : std::nullopt;
+}
+
 struct MakeTranscriber {
   std::unique_ptr<Transcriber> operator()(const BuiltInRecogniser&) const {
     try {
@@ -62,12 +68,17 @@ struct MakeTranscriber {
   std::unique_ptr<Transcriber> operator()(const RecogniserCommand& choice) const {
     return std::make_unique<CommandTranscriber>(choice.command, transcriberLimit);
   }
-  std::unique_ptr<Transcriber> operator()(const RecogniserAddress& choice) const {
-    const auto key = choice.keyFile ? std::optional(readKey(*choice.keyFile)) : std::nullopt;
+  std::unique_ptr<Transcriber> operator()(const ServiceAddress& choice) const {
     return std::make_unique<RemoteTranscriber>(RemoteTranscriber::Setup{
-        .url = choice.url, .model = choice.model, .key = key, .limit = transcriberLimit});
+        .url = choice.url, .model = choice.model, .key = keyOf(choice), .limit = transcriberLimit});
   }
 };
+
+std::unique_ptr<Cleaner> makeCleaner(const std::optional<ServiceAddress>& choice) {
+  if (!choice) return std::make_unique<RuleCleaner>();
+  return std::make_unique<ChatCleaner>(
+      ChatCleaner::Setup{.url = choice->url, .model = choice->model, .key = keyOf(*choice)});
+}
 
 /// Makes the libraries ready that want it once per process, then listens.
 ListenSocket prepare(const Server::Setup& setup) {
@@ -120,6 +131,7 @@ Server::Server(const Setup& setup)
       socket_(prepare(setup)),
       loopback_(isLoopback(socket_)),
       transcriber_(std::visit(MakeTranscriber{}, setup.options.recogniser)),
+      cleaner_(makeCleaner(setup.options.cleaner)),
       sessions_(*storage_, setup.now),
       passwords_(setup.passwordCost),
       links_(linksSetup(setup, *storage_, passwords_, socket_)),
@@ -138,6 +150,7 @@ Server::Server(const Setup& setup)
                                     .metering = metering_,
                                     .achievements = achievements_,
                                     .transcriber = *transcriber_,
+                                    .cleaner = *cleaner_,
                                     .log = setup.log,
                                     .signedConfig = signedConfigFile(setup.options.data)}),
                .sessions = sessions_,

@@ -7,6 +7,7 @@
 #include "localserver/Accounts.h"
 #include "localserver/Achievements.h"
 #include "localserver/AttemptLimit.h"
+#include "localserver/Cleaner.h"
 #include "localserver/HttpServer.h"
 #include "localserver/Listen.h"
 #include "localserver/Metering.h"
@@ -44,6 +45,7 @@ class Server {
   ListenSocket socket_;
   bool loopback_;
   std::unique_ptr<Transcriber> transcriber_;
+  std::unique_ptr<Cleaner> cleaner_;
   Sessions sessions_;
   Passwords passwords_;
   MailedLinks links_;

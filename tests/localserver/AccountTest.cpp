@@ -164,9 +164,9 @@ TEST_F(AccountTest, PreferencesChangeOneByOne) {
     json style;
   } rows[] = {
       {{{"cleanupEnabled", false}}, false, nullptr},
-      {{{"cleanupPromptVersion", "default-v1"}}, false, "default-v1"},
-      {json::object(), false, "default-v1"},
-      {{{"cleanupEnabled", true}}, true, "default-v1"},
+      {{{"cleanupPromptVersion", "basic-cleanup-v1"}}, false, "basic-cleanup-v1"},
+      {json::object(), false, "basic-cleanup-v1"},
+      {{{"cleanupEnabled", true}}, true, "basic-cleanup-v1"},
       {{{"cleanupPromptVersion", nullptr}}, true, nullptr},
   };
   for (const auto& [change, enabled, style] : rows) {

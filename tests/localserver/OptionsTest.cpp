@@ -35,19 +35,25 @@ TEST(Options, EveryOptionArrives) {
                              "--transcribe-model",
                              "small=en",
                              "--transcribe-key-file",
-                             "/etc/key"});
-  const Options expected{.host = "::1",
-                         .port = 9000,
-                         .data = "/srv/pell",
-                         .minutesPerMonth = 90,
-                         .morePlans = {{"a", "A plan", 5}, {"b", "B", 44640}},
-                         .authAttemptsPerMinute = 0,
-                         .publicUrl = "https://pell.example.org",
-                         .mailFrom = "pell@example.org",
-                         .verifyEmail = false,
-                         .behindProxy = true,
-                         .recogniser = RecogniserAddress{
-                             .url = "http://127.0.0.1:1/v1", .model = "small=en", .keyFile = "/etc/key"}};
+                             "/etc/key",
+                             "--clean-url",
+                             "http://[::1]:2/v1",
+                             "--clean-model",
+                             "tidy"});
+  const Options expected{
+      .host = "::1",
+      .port = 9000,
+      .data = "/srv/pell",
+      .minutesPerMonth = 90,
+      .morePlans = {{"a", "A plan", 5}, {"b", "B", 44640}},
+      .authAttemptsPerMinute = 0,
+      .publicUrl = "https://pell.example.org",
+      .mailFrom = "pell@example.org",
+      .verifyEmail = false,
+      .behindProxy = true,
+      .recogniser =
+          ServiceAddress{.url = "http://127.0.0.1:1/v1", .model = "small=en", .keyFile = "/etc/key"},
+      .cleaner = ServiceAddress{.url = "http://[::1]:2/v1", .model = "tidy", .keyFile = std::nullopt}};
   ASSERT_TRUE(std::holds_alternative<Options>(parsed));
   EXPECT_EQ(std::get<Options>(parsed), expected);
 }
@@ -85,6 +91,8 @@ TEST(Options, EveryWrongLineIsExplainedByTheOptionItIsAbout) {
       {{"--transcribe-url", "ftp://x", "--transcribe-model", "m"}, "--transcribe-url"},
       {{"--transcribe-url", "http://x"}, "--transcribe-model"},
       {{"--transcribe-key-file", "/k"}, "--transcribe-key-file"},
+      {{"--clean-url", "http://x"}, "--clean-model"},
+      {{"--clean-model", "m"}, "--clean-url"},
       {{"--transcribe-command", "c", "--transcribe-url", "http://x"}, "exclude"},
   };
   for (const auto& [line, told] : lines) {

@@ -27,13 +27,13 @@ TEST_F(ProgressTest, UsageIsCountedForEverAndPerMonth) {
   const json result = dictate(later, 40);
   EXPECT_EQ(result["words"], 40);
   const json expected = {
-      {"lifetime", {{"dictations", 2}, {"words", 43}, {"characters", 11 + 159}, {"seconds", 43.0}}},
+      {"lifetime", {{"dictations", 2}, {"words", 43}, {"characters", 12 + 160}, {"seconds", 43.0}}},
       {"period",
        {{"start", "2025-01-01T00:00:00Z"},
         {"end", "2025-02-01T00:00:00Z"},
         {"dictations", 1},
         {"words", 40},
-        {"characters", 159},
+        {"characters", 160},
         {"seconds", 40.0}}},
       {"quota",
        {{"minutesPerMonth", 6000}, {"allowanceSeconds", 360'000.0}, {"remainingSeconds", 359'960.0}}},

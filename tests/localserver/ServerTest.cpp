@@ -3,6 +3,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 
+#include "ScriptedService.h"
 #include "ServerFixture.h"
 #include "SoundFile.h"
 
@@ -108,6 +109,7 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
       {signedIn("PATCH", "/me/preferences", R"({"cleanupEnabled":"true"})"), 400, "BAD_REQUEST"},
       {signedIn("PATCH", "/me/preferences", R"({"cleanupPromptVersion":7})"), 400, "BAD_REQUEST"},
       {signedIn("PATCH", "/me/preferences", R"({"cleanupPromptVersion":""})"), 400, "UNKNOWN_STYLE"},
+      {signedIn("PATCH", "/me/preferences", R"({"cleanupPromptVersion":"none-v1"})"), 400, "UNKNOWN_STYLE"},
       {signedIn("POST", "/me/achievements", R"({"milestone":"words.100"})"), 400, "UNKNOWN_MILESTONE"},
       {signedIn("POST", "/me/achievements", R"({"milestone":["action.microphone"]})"), 400, "BAD_REQUEST"},
       {{.method = "POST", .path = "/verify-email", .contentType = "application/json", .body = "{}"},
@@ -140,14 +142,58 @@ TEST_F(ServerTest, ADictationComesBackCountedAndMetered) {
   EXPECT_EQ(result["characters"], 18);
   EXPECT_EQ(result["language"], "multi");
   EXPECT_NEAR(result["durationSeconds"], 2.0, 0.1);
-  for (const char* absent : {"confidence", "cleanupPromptVersionTitle"})
-    EXPECT_FALSE(result.contains(absent));
+  EXPECT_EQ(result["cleanupPromptVersionTitle"], "Slack message");
+  for (const char* absent : {"confidence"}) EXPECT_FALSE(result.contains(absent));
   const double seconds = result["durationSeconds"];
   const json quota = {{"minutesPerMonth", 6000},
                       {"allowanceSeconds", 360'000.0},
                       {"usedSeconds", seconds},
                       {"remainingSeconds", 360'000.0 - seconds}};
   EXPECT_EQ(result["quota"], quota);
+}
+
+TEST_F(ServerTest, ADictationIsWrittenInTheStyleThatTheRequestOrTheAccountNames) {
+  start("cat >/dev/null; printf ' um see you comma ann \\n'");
+  const std::string token = signUp();
+  const std::string sound = wavFile(tone(1));
+  const std::string raw = "um see you comma ann";
+  struct {
+    json preferences;
+    const char* query;
+    std::string transcript;
+    json title;
+  } const rows[] = {
+      {json::object(), "?language=en", "See you, ann.", "Improved writing"},
+      {json::object(), "?language=en&style=search-query-v1", raw, "Search query"},
+      {{{"cleanupPromptVersion", "slack-message-v1"}},
+       "?language=en&style=unknown",
+       "See you, ann",
+       "Slack message"},
+      {json::object(), "?language=en&style=basic-cleanup-v1", "See you, ann.", "Basic cleanup"},
+      {{{"cleanupEnabled", false}}, "?language=en&style=basic-cleanup-v1", raw, nullptr},
+  };
+  for (const auto& [preferences, query, transcript, title] : rows) {
+    ASSERT_EQ(call("PATCH", "/me/preferences", preferences, token).status, 200);
+    const json result = transcribe(token, sound, query, "audio/wav").json();
+    EXPECT_EQ(result["transcript"], transcript) << query;
+    EXPECT_EQ(result["paragraphs"], json({transcript})) << query;
+    EXPECT_EQ(result["rawTranscript"], " " + raw + " \n") << query;
+    EXPECT_EQ(result.value("cleanupPromptVersionTitle", json()), title) << query;
+  }
+  const json catalogue = get("/cleanup-styles", token).json();
+  EXPECT_EQ(catalogue, StyleCatalogue::reply());
+
+  ScriptedService service("/v1/chat/completions");
+  Options options;
+  options.cleaner = ServiceAddress{.url = service.url, .model = "small", .keyFile = std::nullopt};
+  start("cat >/dev/null; echo ' see you '", options);
+  const std::string bob = signUp("bob@example.org");
+  service.reply.body = R"({"choices":[{"message":{"content":"See you!"}}]})";
+  EXPECT_EQ(transcribe(bob, sound, "?language=en", "audio/wav").json()["transcript"], "See you!");
+  service.reply.body = "{}";
+  const json uncleaned = transcribe(bob, sound, "?language=en", "audio/wav").json();
+  EXPECT_EQ(uncleaned["transcript"], "see you");
+  EXPECT_FALSE(uncleaned.contains("cleanupPromptVersionTitle"));
 }
 
 TEST_F(ServerTest, SilenceIsAnEmptyDictationAndNobodyIsAsked) {
@@ -284,7 +330,7 @@ TEST_F(ServerTest, WhatKeepsItFromStartingIsExplained) {
   EXPECT_NE(failure(options).find((elsewhere.path() / "file").string()), std::string::npos);
   options.data = elsewhere.path();
   options.recogniser =
-      RecogniserAddress{.url = "http://x", .model = "m", .keyFile = elsewhere.path() / "no-key"};
+      ServiceAddress{.url = "http://x", .model = "m", .keyFile = elsewhere.path() / "no-key"};
   EXPECT_NE(failure(options).find("no-key"), std::string::npos);
   EXPECT_TRUE(server_->reachesOnlyThisMachine());
 }

@@ -5,13 +5,12 @@
 #include <thread>
 #include <unistd.h>
 
+#include "ScriptedService.h"
 #include "SoundFile.h"
 #include "localserver/AudioDecoder.h"
 #include "localserver/CommandTranscriber.h"
-#include "localserver/HttpServer.h"
 #include "localserver/Listen.h"
 #include "localserver/RemoteTranscriber.h"
-#include "localserver/Secrets.h"
 #include "localserver/SphinxTranscriber.h"
 #include "support/TemporaryDirectory.h"
 
@@ -104,37 +103,8 @@ TEST(CommandTranscriber, ManyAtOnceAreNotMixedUp) {
   for (auto& thread : threads) thread.join();
 }
 
-/// A transcription service that answers with what the test says.
-class Service : public HttpApplication {
- public:
-  Service() {
-    startCryptography();
-    const ListenSocket socket = listenOn("127.0.0.1", 0);
-    url = "http://127.0.0.1:" + std::to_string(socket.port) + "/v1/audio/transcriptions";
-    server_.emplace(HttpServer::Setup{
-        .socket = socket, .application = *this, .finished = {}, .limits = {.idle = std::chrono::seconds(5)}});
-  }
-
-  Admission admit(const RequestHead&) override {
-    return {.refusal = std::nullopt,
-            .bodyLimit = 100u << 20,
-            .effort = Effort::quick,
-            .work = [this](const HttpRequest& request) {
-              last = request;
-              return reply;
-            }};
-  }
-
-  std::string url;
-  HttpReply reply;
-  HttpRequest last;
-
- private:
-  std::optional<HttpServer> server_;
-};
-
 TEST(RemoteTranscriber, AsksAndReadsTheReply) {
-  Service service;
+  ScriptedService service("/v1/audio/transcriptions");
   RemoteTranscriber transcriber({.url = service.url, .model = "small", .key = "k-123"});
   service.reply.body = R"({"text":" Hello there. "})";
   EXPECT_EQ(words(transcriber, tone(1)), " Hello there. ");
@@ -153,7 +123,7 @@ TEST(RemoteTranscriber, AsksAndReadsTheReply) {
 }
 
 TEST(RemoteTranscriber, EveryBadReplyIsAFailure) {
-  Service service;
+  ScriptedService service("/v1/audio/transcriptions");
   RemoteTranscriber transcriber({.url = service.url, .model = "small", .key = std::nullopt});
   const HttpReply replies[] = {{.status = 500, .body = "{\"text\":\"no\"}", .headers = {}},
                                {.status = 302, .body = "{}", .headers = {{"Location", "/elsewhere"}}},
