@@ -205,7 +205,11 @@ TEST_F(RemoteConfigStoreTest, DamagedCachesAreAsGoodAsNone) {
     EXPECT_EQ(relaunch(), "nothing");
     EXPECT_TRUE(sink.events().empty());
   }
-  build.remoteConfigPublicKey.reset();  // and without a key nobody is asked
+  build.apiBaseUrl = "http://192.168.1.4:8787";  // nobody is asked in the clear,
+  relaunch();
+  refresh();
+  EXPECT_THAT(sink.events(), ElementsAre("INFO app_config_unreachable"));
+  build.remoteConfigPublicKey.reset();  // nor without a key
   relaunch();
   refresh();
   EXPECT_THAT(sink.events(), ElementsAre("INFO app_config_inert"));
