@@ -9,3 +9,4 @@ if(PELL_DEVELOPMENT_BUILD AND NOT PELL_REMOTE_CONFIG_KEY)
   # The private half stands beside it, so that the whole road can be walked. Never in a release.
   file(STRINGS ${CMAKE_SOURCE_DIR}/tests/fixtures/remote-config/public-key PELL_REMOTE_CONFIG_KEY)
 endif()
+set(PELL_SUPPORT_ADDRESS "" CACHE STRING "Where users write for help. Empty: no text offers it")

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "app/AppTranslocation.h"
+#include "app/Updater.h"
 #include "pipeline/DictationPhase.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -12,6 +14,7 @@ AppDelegate::AppDelegate(const Platform& platform)
     : main_(platform.main),
       clock_(platform.clock),
       workspace_(platform.workspace),
+      installation_(platform.installation),
       log_(platform.log),
       config_(platform.build, platform.locations, platform.defaults),
       settings_(platform.defaults, platform.loginItem, log_),
@@ -42,6 +45,28 @@ AppDelegate::AppDelegate(const Platform& platform)
                        .defaults = platform.defaults,
                        .log = log_,
                        .platformBrowsers = platform.browsers}),
+      model_({.api = api_,
+              .settings = settings_,
+              .config = config_,
+              .defaults = platform.defaults,
+              .permissions = permissions_,
+              .injector = injector_,
+              .editing = noteEditing_,
+              .installation = platform.installation,
+              .main = platform.main,
+              .makeSerialExecutor = platform.makeSerialExecutor,
+              .clock = platform.clock,
+              .words = platform.words,
+              .localeOfDates = platform.localeOfDates,
+              .log = log_,
+              .bringToFront =
+                  [this] {
+                    if (bringToFront) bringToFront();
+                  },
+              .quit =
+                  [this] {
+                    if (quit) quit();
+                  }}),
       dictation_({.recorder = recorder_,
                   .api = api_,
                   .settings = settings_,
@@ -55,48 +80,106 @@ AppDelegate::AppDelegate(const Platform& platform)
                   .words = platform.words,
                   .log = log_,
                   .browserHost = [this](const auto& front) { return browserContext_.host(front); }}),
+      celebrations_(platform.main, [this] { return settings_.playSounds.get(); }),
+      remoteConfig_({.http = platform.http,
+                     .config = config_,
+                     .log = log_,
+                     .executor = platform.makeSerialExecutor("remote-config")}),
       hotKeys_(platform.eventTaps, platform.main, log_, [this](HotKeyMonitor::Event event) { route(event); }),
       tasks_(platform.main) {
-  openStore();
-  installCallbacks();
+  celebrations_.onSound = [&sounds = platform.sounds](std::string_view name) { sounds.play(name); };
+  dictation_.dictationHistory = model_.store().dictations();
+  join();
 }
 
 AppDelegate::~AppDelegate() = default;
 
-void AppDelegate::openStore() {
-  try {
-    database_.emplace(config_.databaseURL());
-    history_.emplace(*database_, clock_);
-    dictation_.dictationHistory = &*history_;
-  } catch (const Database::Failure& failure) {
-    database_.reset();
-    storeFailure_ = failure.message();
-    log_.error("store_unavailable", {{"reason", failure.message()}});
-  }
-}
-
-void AppDelegate::installCallbacks() {
+/// Who tells whom of what: the subsystems know each other only through this table. What a dictation sets off
+/// in the model runs later, so that the dictation goes on at once.
+void AppDelegate::join() {
   api_.setSessionLostHandler(
       [this, alive = std::weak_ptr(alive_), &main = main_](Keychain::ReadOutcome outcome) {
         main.post([this, alive, outcome] {
-          if (!alive.expired() && sessionLost) sessionLost(outcome);
+          if (!alive.expired()) model_.session().sessionLost(outcome);
         });
       });
-  dictation_.onPhaseChanged = [this] { updatePanelVisibility("phase"); };
-  hotKeys_.onShortTap = [this] {
-    if (onShortTap) onShortTap();
+
+  dictation_.insertIntoEditor = [this](const TranscriptionResult& result) {
+    return model_.notes().insertTranscript(result);
   };
+  dictation_.onHistoryChanged = [this] { later([this] { model_.history().reload(); }); };
+  dictation_.onMilestonesUnlocked = [this](const std::vector<std::string>& ids) {
+    later([this, ids] {
+      model_.usage().noteUnlocked(ids);
+      celebrate(ids);
+    });
+  };
+  model_.usage().onMilestonesUnlocked = [this](const std::vector<std::string>& ids) {
+    later([this, ids] { celebrate(ids); });
+  };
+  dictation_.onUsageChanged = [this] { tasks_.spawn(refreshUsage()); };
+  dictation_.onQuotaExceeded = [this](const std::string& message) {
+    model_.banners().reportQuotaExceeded(message);
+  };
+  dictation_.onPhaseChanged = [this] { updatePanelVisibility("phase"); };
+  model_.onboarding().onHUDCoachingChanged = [this] { updatePanelVisibility("coaching"); };
+  dictation_.styleRules = [this] { return model_.currentStyleRules(); };
+  dictation_.styleForID = [this](const std::string& id) { return model_.styles().style(id); };
+  dictation_.onOverrideConsumed = [this] { model_.styles().setOneShotOverride(std::nullopt); };
+
+  hotKeys_.onShortTap = [this] { shortTap(); };
+}
+
+void AppDelegate::later(std::function<void()> work) {
+  auto task = [](std::function<void()> work) -> Task<void> {
+    work();
+    co_return;
+  };
+  tasks_.spawn(task(std::move(work)));
+}
+
+Task<void> AppDelegate::refreshUsage() {
+  co_await model_.usage().reloadUsage();
+  model_.banners().clearQuotaBanner();
+}
+
+/// What is unlocked during the onboarding shows on its last screen.
+void AppDelegate::celebrate(const std::vector<std::string>& ids) {
+  if (model_.state().screen.get() != AppModel::Screen::onboarding) celebrations_.celebrate(ids);
+}
+
+/// Coached only where the user is being shown how to hold the key.
+void AppDelegate::shortTap() {
+  const bool isGuided = model_.state().screen.get() == AppModel::Screen::onboarding &&
+                        std::holds_alternative<step::DictateInPell>(model_.onboarding().step());
+  if (isGuided) model_.banners().flashShortTapCoach();
 }
 
 void AppDelegate::applicationDidFinishLaunching() {
   recorder_.sweepOrphans(recorder_.scratch(), clock_.now());
   armHotKeys();
   observePanelState();
-  log_.info("app_launched", {{"version", config_.version()}});
+  const Placement placement = AppTranslocation::current(installation_);
+  // Typefaces of its own the program has none yet.
+  log_.info("app_launched",
+            {{"version", config_.version()}, {"placement", rawValue(placement)}, {"fonts_loaded", false}});
+  model_.relocation().noticeInstallLocation(placement);
+  Updater::start(log_);
+  tasks_.spawn(followRemoteConfig());
+}
+
+/// The document of an earlier run holds before the network answers.
+Task<void> AppDelegate::followRemoteConfig() {
+  co_await remoteConfig_.loadCached();
+  auto cached = co_await remoteConfig_.current();
+  if (cached) model_.versionGate().notice(std::move(cached));
+  co_await remoteConfig_.refresh();
+  auto fresh = co_await remoteConfig_.current();
+  if (fresh) model_.versionGate().notice(std::move(fresh));
 }
 
 AppDelegate::TerminateReply AppDelegate::applicationShouldTerminate() {
-  if (flushPendingSave) flushPendingSave();
+  model_.notes().flushPendingSave();
   dictation_.cancel();
   // A permission that was granted late leaves a recording which no dictation watches.
   recorder_.cancel();
@@ -110,23 +193,27 @@ void AppDelegate::observePanelState() {
 
 void AppDelegate::poll() {
   armHotKeys();
-  if (syncPermissions) syncPermissions(permissions_.hasMicrophone(), permissions_.hasAccessibility());
+  model_.permissions().syncPermissions(permissions_.hasMicrophone(), permissions_.hasAccessibility());
   updatePanelVisibility("poll");
 }
 
 void AppDelegate::updatePanelVisibility(std::string_view trigger) {
   if (!applyPanel) return;
-  PanelContext context = modelPanelContext ? modelPanelContext() : PanelContext{};
-  context.floatingPanelEnabled = settings_.showFloatingPanel;
-  context.dictationBarEnabled = settings_.showDictationBar;
-  context.isIdle = std::holds_alternative<phase::Idle>(dictation_.phase());
-  context.pellIsActive = workspace_.isSelfActive();
+  const PanelContext context{
+      .floatingPanelEnabled = settings_.showFloatingPanel,
+      .dictationBarEnabled = settings_.showDictationBar,
+      .isIdle = std::holds_alternative<phase::Idle>(dictation_.phase()),
+      .hasCoaching = model_.onboarding().hudCoaching().has_value(),
+      .pellIsActive = workspace_.isSelfActive(),
+      .screenIsReady = model_.state().screen.get() == AppModel::Screen::ready,
+      .sectionIsNotes = model_.state().section.get() == AppSection::notes,
+  };
   applyPanel(context, trigger);
 }
 
 void AppDelegate::armHotKeys() {
   const bool granted = permissions_.hasAccessibility();
-  if (lastAccessibilityState_ != granted) noticeAccessibility(granted);
+  if (lastAccessibilityState_.get() != granted) noticeAccessibility(granted);
   if (granted) {
     const bool ok = hotKeys_.ensureRunning(settings_.trigger);
     if (!ok && !armFailureLogged_) log_.warn("hotkey_arm_failed");
@@ -140,7 +227,7 @@ void AppDelegate::armHotKeys() {
 void AppDelegate::noticeAccessibility(bool granted) {
   lastAccessibilityState_ = granted;
   log_.info("accessibility_changed", {{"granted", granted}});
-  if (granted && reportAction) tasks_.spawn(reportAction("action.accessibility"));
+  if (granted) tasks_.spawn(model_.usage().reportAction("action.accessibility"));
 }
 
 void AppDelegate::route(HotKeyMonitor::Event event) {
@@ -161,8 +248,9 @@ void AppDelegate::route(HotKeyMonitor::Event event) {
 }
 
 void AppDelegate::cancelEvent() {
-  if (dismissHudCoaching && dismissHudCoaching()) return;
-  if (std::holds_alternative<phase::Failed>(dictation_.phase())) {
+  if (model_.onboarding().hudCoaching()) {
+    model_.onboardingFlow().dismissOnboardingCoaching();
+  } else if (std::holds_alternative<phase::Failed>(dictation_.phase())) {
     dictation_.clearMessage();
   } else {
     dictation_.cancel();

@@ -6,7 +6,9 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
+#include "app/AppModel.h"
 #include "app/Permissions.h"
 #include "async/Executor.h"
 #include "async/Task.h"
@@ -19,48 +21,40 @@
 #include "pipeline/SecureInput.h"
 #include "pipeline/TextInjector.h"
 #include "platform/Platform.h"
+#include "progress/CelebrationCentre.h"
 #include "server/ApiClient.h"
+#include "server/RemoteConfigStore.h"
 #include "stores/AppConfig.h"
 #include "stores/AppSettings.h"
-#include "stores/Database.h"
-#include "stores/DictationsRepository.h"
 #include "stores/Keychain.h"
 #include "stores/Log.h"
 
 namespace pell {
 
-/// Wires the dictation pipeline to the platform, keeps the global key armed, and routes its events. It
-/// shows nothing: faces observe `dictation()` and call it. Everything runs on with no window open.
+/// Wires the dictation pipeline to the platform and the application model to the pipeline, keeps the global
+/// key armed, and routes its events. It shows nothing: faces observe `model()` and `dictation()` and call
+/// them. Everything runs on with no window open.
 ///
 /// Main thread only. The platform's services must outlive it. Destroying it abandons what is in flight.
 class AppDelegate {
  public:
   static constexpr Seconds pollInterval{0.1};
 
-  /// Makes everything and opens the local store; nothing runs yet.
+  /// Makes everything, opens the local store and joins the objects; nothing runs yet.
   explicit AppDelegate(const Platform& platform);
   AppDelegate(const AppDelegate&) = delete;
   AppDelegate& operator=(const AppDelegate&) = delete;
   ~AppDelegate();
 
-  // What the rest of the application fills in; each may stay unset.
+  // What the faces fill in; each may stay unset.
 
-  /// Dismisses the coaching that is on show; false if there is none. It takes the Escape key first.
-  std::function<bool()> dismissHudCoaching;
-  /// Saves what an editor still holds back. Synchronous, as the process ends afterwards.
-  std::function<void()> flushPendingSave;
-  /// Tells the server of an action that earns a milestone.
-  std::function<Task<void>(std::string action)> reportAction;
-  /// The permissions as the poll finds them; called at every poll.
-  std::function<void(bool hasMicrophone, bool hasAccessibility)> syncPermissions;
-  /// What the application model knows of the floating panel's context: coaching, screen and section.
-  std::function<PanelContext()> modelPanelContext;
-  /// Carries out what the context asks of the floating panel. `trigger` ("phase" or "poll") is for its log.
+  /// Carries out what the context asks of the floating panel. `trigger` ("phase", "coaching" or "poll") is
+  /// for its log.
   std::function<void(const PanelContext& context, std::string_view trigger)> applyPanel;
-  /// A lone short tap of the trigger key.
-  std::function<void()> onShortTap;
-  /// A request found no usable session.
-  std::function<void(Keychain::ReadOutcome)> sessionLost;
+  /// Brings the main window to the front.
+  std::function<void()> bringToFront;
+  /// Ends the application as its menu does.
+  std::function<void()> quit;
 
   void applicationDidFinishLaunching();
 
@@ -78,21 +72,26 @@ class AppDelegate {
   /// What an event of the key, or a command that stands for it, does.
   void route(HotKeyMonitor::Event event);
 
+  AppModel& model() { return model_; }
   DictationController& dictation() { return dictation_; }
   ApiClient& api() { return api_; }
+  CelebrationCentre& celebrations() { return celebrations_; }
   AppSettings& settings() { return settings_; }
   const AppConfig& config() const { return config_; }
   Permissions& permissions() { return permissions_; }
   TextInjector& injector() { return injector_; }
   const HotKeyMonitor& hotKeys() const { return hotKeys_; }
 
-  /// The local history; null when the store could not be opened, and then `storeFailure` says why.
-  DictationsRepository* history() { return history_ ? &*history_ : nullptr; }
-  const std::optional<std::string>& storeFailure() const { return storeFailure_; }
+  /// The accessibility grant as `armHotKeys` last saw it; absent before.
+  const Observable<std::optional<bool>>& lastAccessibilityState() const { return lastAccessibilityState_; }
 
  private:
-  void openStore();
-  void installCallbacks();
+  void join();
+  void later(std::function<void()> work);
+  Task<void> refreshUsage();
+  Task<void> followRemoteConfig();
+  void celebrate(const std::vector<std::string>& ids);
+  void shortTap();
   void observePanelState();
   void poll();
   void updatePanelVisibility(std::string_view trigger);
@@ -102,6 +101,7 @@ class AppDelegate {
   Executor& main_;
   const WallClock& clock_;
   const Workspace& workspace_;
+  const Installation installation_;
   Log log_;
   AppConfig config_;
   AppSettings settings_;
@@ -112,14 +112,15 @@ class AppDelegate {
   SecureInput secureInput_;
   TextInjector injector_;
   BrowserContext browserContext_;
-  std::optional<Database> database_;
-  std::optional<DictationsRepository> history_;
-  std::optional<std::string> storeFailure_;
+  NoNoteEditing noteEditing_;
+  AppModel model_;
   DictationController dictation_;
+  CelebrationCentre celebrations_;
+  RemoteConfigStore remoteConfig_;
   HotKeyMonitor hotKeys_;
 
   bool armFailureLogged_ = false;
-  std::optional<bool> lastAccessibilityState_;
+  Observable<std::optional<bool>> lastAccessibilityState_;
   RepeatingTimer panelTimer_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   TaskScope tasks_;

@@ -20,6 +20,7 @@ struct AppState {
 
   Observable<Screen> screen{Screen::loading};
   Observable<std::optional<Account>> account;
+  Observable<std::optional<UsageStats>> usage;
   Observable<AppSection> section{AppSection::dictation};
 
   /// The one line of news that the window shows. It has one slot: the latest writer wins.

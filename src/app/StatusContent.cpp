@@ -42,8 +42,10 @@ StatusContent statusContent(const StatusInput& input, const Words& words) {
   return content;
 }
 
-std::string accountNotice(const std::optional<std::string>& email) {
-  if (email) return fmt::format("Signed in as {}.", *email);
+std::string windowNotice(const AppState& state) {
+  if (const auto& banner = state.banner.get()) return *banner;
+  if (const auto& account = state.account.get()) return fmt::format("Signed in as {}.", account->email);
+  if (state.screen.get() == AppState::Screen::loading) return "";
   return "You are not signed in. In a terminal: pell register EMAIL, or pell sign-in EMAIL.";
 }
 

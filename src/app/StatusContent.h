@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 
+#include "app/AppState.h"
 #include "pipeline/DictationPhase.h"
 #include "pipeline/HotKeyTrigger.h"
 #include "platform/Words.h"
@@ -29,7 +30,8 @@ struct StatusInput {
 
 StatusContent statusContent(const StatusInput& input, const Words& words);
 
-/// The line about the account: who is signed in, or how to sign in. `email` is absent without a session.
-std::string accountNotice(const std::optional<std::string>& email);
+/// The line below: the news, if there is any, else who is signed in, or how to sign in. Empty until that is
+/// known.
+std::string windowNotice(const AppState& state);
 
 }  // namespace pell

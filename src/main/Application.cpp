@@ -8,6 +8,7 @@
 #include <cstdlib>
 #include <functional>
 #include <thread>
+#include <vector>
 
 #include "app/AppDelegate.h"
 #include "app/StatusContent.h"
@@ -77,12 +78,25 @@ class Application {
         shutdown_([this] { terminate("shutdown"); }),
         timeZone_(platform.main(), [] {}),
         tasks_(platform.main()) {
-    observation_ = delegate_.dictation().observe([this] { refresh(); });
-    triggerObservation_ = delegate_.settings().trigger.subscribe([this] { refresh(); });
-    delegate_.syncPermissions = [this](bool, bool) { refresh(); };
-    delegate_.sessionLost = [this](Keychain::ReadOutcome) {
-      window_.showNotice(accountNotice(std::nullopt));
-    };
+    // `bringToFront` stays unset: this plain window shows no step of the onboarding, and coming forward it
+    // would take the focus from the field that a dictation is meant for.
+    delegate_.quit = [this] { terminate("quit"); };
+    const AppState& state = delegate_.model().state();
+    const auto showStatus = [this] { refresh(); };
+    const auto showNotice = [this] { window_.showNotice(windowNotice(delegate_.model().state())); };
+    observations_ = {delegate_.dictation().observe(showStatus),
+                     delegate_.settings().trigger.subscribe(showStatus),
+                     delegate_.lastAccessibilityState().subscribe(showStatus),
+                     state.screen.subscribe(showNotice),
+                     state.account.subscribe(showNotice),
+                     state.banner.subscribe(showNotice)};
+    showNotice();
+    QObject::connect(qApp, &QGuiApplication::applicationStateChanged, &window_,
+                     [this](Qt::ApplicationState now) {
+                       if (now == Qt::ApplicationActive) {
+                         tasks_.spawn(delegate_.model().session().recheckAfterActivation());
+                       }
+                     });
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, &window_,
                      [this](QSessionManager&) { delegate_.applicationShouldTerminate(); });
   }
@@ -92,7 +106,7 @@ class Application {
   int run(bool hidden) {
     delegate_.applicationDidFinishLaunching();
     refresh();
-    tasks_.spawn(refreshAccount());
+    tasks_.spawn(delegate_.model().session().start());
     if (!hidden) {
       window_.bringToFront();
     } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
@@ -132,26 +146,13 @@ class Application {
   }
 
   Task<void> answerSession(ControlRequest request, ControlServer::Answer answer) {
-    ControlReply reply = co_await changeSession(delegate_.api(), std::move(request));
+    ControlReply reply = co_await changeSession(delegate_.model(), std::move(request));
     answer(std::move(reply));
-    co_await refreshAccount();
   }
 
   Task<void> answerQuestion(ControlRequest request, ControlServer::Answer answer) {
     ControlReply reply = co_await answerAboutAccount(delegate_.api(), std::move(request));
     answer(std::move(reply));
-  }
-
-  /// Says who is signed in; what is wrong with the server or the local store stands before that.
-  Task<void> refreshAccount() {
-    std::string notice;
-    try {
-      std::optional<Account> account = co_await delegate_.api().account();
-      notice = accountNotice(account ? std::optional(account->email) : std::nullopt);
-    } catch (const ApiClient::Failure& failure) {
-      notice = failure.description();
-    }
-    window_.showNotice(delegate_.storeFailure().value_or(notice));
   }
 
   ControlReply dictate(const std::string& argument) {
@@ -192,8 +193,7 @@ class Application {
   StatusWindow window_;
   TrayItem tray_;
   std::optional<StatusContent> shown_;
-  Subscription observation_;
-  Subscription triggerObservation_;
+  std::vector<Subscription> observations_;
   ControlServer control_;
   SignalWatch signals_;
   ShutdownWatch shutdown_;

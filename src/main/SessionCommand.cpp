@@ -3,10 +3,12 @@
 #include <fmt/format.h>
 #include <future>
 
+#include "app/AppModel.h"
 #include "async/StoppableExecutor.h"
 #include "async/TaskScope.h"
 #include "main/Essentials.h"
 #include "platform/portable/ThreadExecutor.h"
+#include "server/ApiClient.h"
 #include "stores/Keychain.h"
 
 namespace pell {
@@ -16,10 +18,37 @@ constexpr std::string_view registerWord = "register";
 constexpr std::string_view signInWord = "sign-in";
 constexpr std::string_view signOutWord = "sign-out";
 
+ControlReply opened(const ControlRequest& request, const std::string& email) {
+  const char* done = request.command == registerWord ? "Registered and signed" : "Signed";
+  return {.ok = true, .message = fmt::format("{} in as {}.", done, email)};
+}
+
+ControlReply ended() { return {.ok = true, .message = "Signed out."}; }
+
+/// The same without an application, for which nothing else is to be read or shown.
+Task<ControlReply> changeSession(ApiClient& api, const ControlRequest& request) {
+  ControlReply reply;
+  try {
+    if (request.command == signOutWord) {
+      co_await api.signOut();
+      reply = ended();
+    } else if (request.command == registerWord) {
+      AccountSummary user = co_await api.registerAccount(request.argument, request.password);
+      reply = opened(request, user.email);
+    } else {
+      AccountSummary user = co_await api.signIn(request.argument, request.password);
+      reply = opened(request, user.email);
+    }
+  } catch (const ApiClient::Failure& failure) {
+    reply = {.ok = false, .message = failure.description()};
+  }
+  co_return reply;
+}
+
 /// A sign-in that the keyring did not take ends with this process.
 Task<ControlReply> changeAndVerify(ApiClient& api, Keychain& keychain, ControlRequest request) {
   const bool opensSession = request.command != signOutWord;
-  ControlReply reply = co_await changeSession(api, std::move(request));
+  ControlReply reply = co_await changeSession(api, request);
   if (!reply.ok || !opensSession) co_return reply;
   Keychain::Read kept =
       co_await keychain.get(std::string(Keychain::refreshTokenAccount), Keychain::readTimeout);
@@ -48,23 +77,20 @@ bool changesSession(const ControlRequest& request) {
   return request.command == registerWord || request.command == signInWord || request.command == signOutWord;
 }
 
-Task<ControlReply> changeSession(ApiClient& api, ControlRequest request) {
-  ControlReply reply;
-  try {
-    if (request.command == signOutWord) {
-      co_await api.signOut();
-      reply = {.ok = true, .message = "Signed out."};
-    } else if (request.command == registerWord) {
-      AccountSummary user = co_await api.registerAccount(request.argument, request.password);
-      reply = {.ok = true, .message = fmt::format("Registered and signed in as {}.", user.email)};
-    } else {
-      AccountSummary user = co_await api.signIn(request.argument, request.password);
-      reply = {.ok = true, .message = fmt::format("Signed in as {}.", user.email)};
-    }
-  } catch (const ApiClient::Failure& failure) {
-    reply = {.ok = false, .message = failure.description()};
+Task<ControlReply> changeSession(AppModel& model, ControlRequest request) {
+  if (request.command == signOutWord) {
+    co_await model.session().signOut();
+    co_return ended();
   }
-  co_return reply;
+  std::optional<std::string> refusal;
+  if (request.command == registerWord) {
+    refusal = co_await model.session().registerAccount(request.argument, request.password);
+  } else {
+    refusal = co_await model.session().signIn(request.argument, request.password);
+  }
+  if (refusal) co_return ControlReply{.ok = false, .message = *refusal};
+  const auto& account = model.state().account.get();
+  co_return opened(request, account ? account->email : request.argument);
 }
 
 ControlReply withClientOfItsOwn(const ServerWork& work) {

@@ -6,16 +6,20 @@
 #include "app/CommandLine.h"
 #include "app/ControlMessage.h"
 #include "async/Task.h"
-#include "server/ApiClient.h"
 
 namespace pell {
+
+class ApiClient;
+class AppModel;
+class Keychain;
 
 /// What the running application does for another process, and what a process does itself when none runs.
 ControlRequest controlRequest(const SignInCommand& command, std::string password);
 ControlRequest controlRequest(const SignOutCommand& command);
 
-/// Registers, signs in or signs out as `request` says, and words the outcome.
-Task<ControlReply> changeSession(ApiClient& api, ControlRequest request);
+/// Registers, signs in or signs out as `request` says, as a form of the application would, and words the
+/// outcome.
+Task<ControlReply> changeSession(AppModel& model, ControlRequest request);
 
 /// True for the requests that `changeSession` answers.
 bool changesSession(const ControlRequest& request);

@@ -15,6 +15,7 @@ struct BuildInfo {
   std::optional<std::string> shortVersion;
   std::optional<std::string> bundleIdentifier;
   std::optional<std::string> remoteConfigPublicKey;
+  std::optional<std::string> supportAddress;
   bool operator==(const BuildInfo&) const = default;
 };
 

@@ -40,6 +40,8 @@ std::string AppConfig::keychainService() const {
 
 std::string AppConfig::remoteConfigPublicKey() const { return build_.remoteConfigPublicKey.value_or(""); }
 
+std::optional<std::string> AppConfig::supportAddress() const { return build_.supportAddress; }
+
 fs::path AppConfig::supportDirectory() const {
   if (locations_.applicationSupport.empty()) {
     fmt::print(stderr, "pell: there is no folder for application data\n");

@@ -35,6 +35,9 @@ class AppConfig {
   /// What the remote configuration must be signed with: raw Ed25519, as base64. Empty if none is stamped.
   std::string remoteConfigPublicKey() const;
 
+  /// The e-mail address for users who need help.
+  std::optional<std::string> supportAddress() const;
+
   /// The product's own folder, made or tightened to mode 0700 at each call. The process ends when the
   /// platform names no place for it.
   std::filesystem::path supportDirectory() const;

@@ -43,23 +43,19 @@ class AppDelegateTest : public ::testing::Test {
 };
 
 TEST_F(AppDelegateTest, ArmsTheKeyAtLaunchAndSaysSo) {
-  std::vector<std::string> actions;
   delegate = std::make_unique<AppDelegate>(desk.platform());
-  delegate->reportAction = [&](std::string action) -> Task<void> {
-    actions.push_back(action);
-    co_return;
-  };
   desk.log.clear();
   delegate->applicationDidFinishLaunching();
-  EXPECT_THAT(actions, IsEmpty()) << "the report runs beside the launch";
+  desk.time.runReady();
   EXPECT_THAT(desk.log.events(),
-              ElementsAre("INFO accessibility_changed", "INFO hotkey_started", "INFO app_launched"));
+              ElementsAre("INFO accessibility_changed", "INFO hotkey_started", "INFO app_launched",
+                          "INFO updater_absent", "INFO app_config_inert"));
   EXPECT_EQ(desk.log.lines("accessibility_changed")[0]["granted"], true);
   EXPECT_EQ(desk.log.lines("app_launched")[0]["version"], "1.0.0");
+  EXPECT_EQ(desk.log.lines("app_launched")[0]["placement"], "applications");
   poll(30);
   EXPECT_EQ(desk.taps.created, 1);
-  EXPECT_EQ(desk.log.lines().size(), 3u) << "a poll that finds no change is silent";
-  EXPECT_THAT(actions, ElementsAre("action.accessibility"));
+  EXPECT_EQ(desk.log.lines().size(), 5u) << "a poll that finds no change is silent";
 }
 
 TEST_F(AppDelegateTest, TheSiteOnShowPicksTheStyle) {
@@ -131,18 +127,19 @@ TEST_F(AppDelegateTest, AChangedTriggerReachesTheMonitorByThePoll) {
 
 TEST_F(AppDelegateTest, EscapeGoesToTheCoachingThenToTheMessageThenToTheRecording) {
   launch();
-  bool coaching = false;
-  delegate->dismissHudCoaching = [&] { return std::exchange(coaching, false); };
+  auto& onboarding = delegate->model().onboarding();
   auto escape = [&] {
     desk.taps.press(keycode::escape);
     desk.time.runReady();
   };
   desk.taps.press(keycode::leftOption);
   desk.time.advance(Seconds(1));
-  coaching = true;
-  delegate->route(HotKeyMonitor::Event::cancel);
-  EXPECT_FALSE(coaching);
-  EXPECT_TRUE(phaseIs<phase::Recording>()) << "only the coaching was dismissed";
+  for (const bool dismissible : {false, true}) {
+    onboarding.setHUDCoaching(OnboardingModel::HUDCoaching{.dismissible = dismissible});
+    delegate->route(HotKeyMonitor::Event::cancel);
+    EXPECT_EQ(onboarding.hudCoaching().has_value(), !dismissible);
+    EXPECT_TRUE(phaseIs<phase::Recording>()) << "the key belongs to the coaching";
+  }
   escape();
   EXPECT_TRUE(phaseIs<phase::Idle>());
   EXPECT_EQ(desk.audio.liveStreams(), 0u);
@@ -158,37 +155,40 @@ TEST_F(AppDelegateTest, EscapeGoesToTheCoachingThenToTheMessageThenToTheRecordin
 TEST_F(AppDelegateTest, PollsPermissionsAndThePanel) {
   launch();
   std::vector<std::string> seen;
-  delegate->syncPermissions = [&](bool microphone, bool accessibility) {
-    seen.push_back(std::string(microphone ? "mic " : "no mic ") + (accessibility ? "ax" : "no ax"));
-  };
-  delegate->modelPanelContext = [] { return PanelContext{.screenIsReady = true}; };
   std::vector<PanelContext> contexts;
   delegate->applyPanel = [&](const PanelContext& context, std::string_view trigger) {
     seen.emplace_back(trigger);
     contexts.push_back(context);
   };
+  auto& model = delegate->model();
   poll();
+  EXPECT_EQ(model.state().lastKnownMicrophone, true);
   desk.audio.status = MicrophoneAuthorization::denied;
   desk.desktop.trusted = false;
   poll();
+  EXPECT_EQ(model.state().lastKnownMicrophone, false);
+  EXPECT_EQ(model.state().lastKnownAccessibility, false);
+  model.select(AppSection::notes);
+  model.onboardingFlow().completeOnboarding();
+  model.select(AppSection::notes);
   delegate->dictation().begin();
-  EXPECT_THAT(seen, ElementsAre("mic ax", "poll", "no mic no ax", "poll", "phase"));
+  model.onboarding().setHUDCoaching(OnboardingModel::HUDCoaching{});
+  EXPECT_THAT(seen, ElementsAre("poll", "poll", "phase", "coaching"));
   EXPECT_EQ(contexts.back(), (PanelContext{.floatingPanelEnabled = true,
                                            .dictationBarEnabled = true,
                                            .isIdle = false,
-                                           .screenIsReady = true}));
+                                           .hasCoaching = true,
+                                           .screenIsReady = true,
+                                           .sectionIsNotes = true}));
 }
 
-TEST_F(AppDelegateTest, TerminationSavesAndGivesTheClipboardBack) {
+TEST_F(AppDelegateTest, TerminationGivesTheClipboardBack) {
   launch();
   delegate->settings().injectionMode = InjectionMode::paste;
   desk.pasteboard.otherPutsText("the user's own");
-  int saves = 0;
-  delegate->flushPendingSave = [&] { ++saves; };
   delegate->injector().deliver("dictated", InjectionMode::paste);
   EXPECT_EQ(desk.pasteboard.string(), "dictated");
   EXPECT_EQ(delegate->applicationShouldTerminate(), AppDelegate::TerminateReply::terminateNow);
-  EXPECT_EQ(saves, 1);
   EXPECT_EQ(desk.pasteboard.string(), "the user's own");
   EXPECT_FALSE(delegate->applicationShouldTerminateAfterLastWindowClosed());
 }
@@ -219,13 +219,13 @@ TEST_F(AppDelegateTest, TerminationLeavesNoRecordingBehind) {
 TEST_F(AppDelegateTest, ADictationNeedsNoStoreAndSaysThatThereIsNone) {
   std::filesystem::create_directories(desk.support() / "Pell" / "pell.db");  // a folder where the file goes
   launch();
-  EXPECT_EQ(delegate->history(), nullptr);
-  ASSERT_TRUE(delegate->storeFailure());
-  EXPECT_THAT(*delegate->storeFailure(), ::testing::StartsWith("Could not open the notes database: "));
+  EXPECT_EQ(delegate->model().store().dictations(), nullptr);
+  const auto banner = delegate->model().state().banner.get().value_or("");
+  EXPECT_THAT(banner, ::testing::StartsWith("Could not open the notes database: "));
   auto logged = desk.log.lines("store_unavailable");
   ASSERT_EQ(logged.size(), 1u);
   EXPECT_EQ(logged[0]["level"], "ERROR");
-  EXPECT_EQ(logged[0]["reason"], *delegate->storeFailure());
+  EXPECT_EQ(logged[0]["reason"], banner);
   delegate->dictation().begin();
   EXPECT_TRUE(phaseIs<phase::Recording>());
 }
@@ -236,16 +236,6 @@ TEST_F(AppDelegateTest, SweepsWhatACrashLeft) {
   desk.time.setDate(Date(std::chrono::system_clock::now().time_since_epoch()) + Seconds(901));
   launch();
   EXPECT_FALSE(std::filesystem::exists(orphan));
-}
-
-TEST_F(AppDelegateTest, TellsWhenTheSessionIsLost) {
-  launch();
-  std::vector<Keychain::ReadOutcome> lost;
-  delegate->sessionLost = [&](Keychain::ReadOutcome outcome) { lost.push_back(outcome); };
-  hold();
-  desk.time.advance(Seconds(3));
-  EXPECT_THAT(lost, ElementsAre(Keychain::ReadOutcome::absent));
-  EXPECT_TRUE(phaseIs<phase::Failed>());
 }
 
 TEST_F(AppDelegateTest, MayBeDestroyedAtEveryStep) {

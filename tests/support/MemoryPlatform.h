@@ -34,7 +34,8 @@ class MemoryPlatform {
   BuildInfo build{.apiBaseUrl = "http://127.0.0.1:8787",
                   .allowsApiOverride = true,
                   .shortVersion = "1.0.0",
-                  .bundleIdentifier = "com.pell.dictation"};
+                  .bundleIdentifier = "com.pell.dictation",
+                  .supportAddress = "help@example.com"};
   MemoryLog log;
   MemoryUserDefaults defaults;
   MemoryDesktop desktop{time};
