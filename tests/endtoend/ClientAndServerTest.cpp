@@ -53,7 +53,6 @@ TEST_F(ClientAndServerTest, AnAccountFromRegistrationToDeletion) {
   ApiClient& api = pell().api();
   EXPECT_EQ(pell().failure(api.registerAccount("ann@example.org", "short")), "WEAK_PASSWORD");
   EXPECT_EQ(pell().await(api.registerAccount("ann@example.org", "correct horse")).email, "ann@example.org");
-  EXPECT_EQ(pell().failure(api.registerAccount("Ann@example.org", "correct horse")), "EMAIL_UNAVAILABLE");
 
   auto account = pell().await(api.account());
   ASSERT_TRUE(account);

@@ -1,5 +1,4 @@
 // Holds the server to docs/server-api.md: each sentence of it that a program can read is tried.
-#include <cstring>
 #include <fstream>
 #include <regex>
 #include <set>
@@ -19,8 +18,6 @@ struct Section {
   std::string title;
   /// "`key`" to its type and whether it is required.
   std::map<std::string, std::pair<std::string, bool>> keys;
-  /// Codes and their status.
-  std::map<std::string, int> codes;
   /// The example of a request.
   std::string body;
   std::string text;
@@ -30,7 +27,6 @@ std::vector<Section> readDocument() {
   std::ifstream stream(pell::testing::sourceTree() / "docs/server-api.md");
   std::vector<Section> sections(1);
   const std::regex key(R"(\| `([\w.]+)` \| (string|number|integer|boolean|array) \| (yes|no) \|.*)");
-  const std::regex code(R"re(\| ((?:`[A-Z_]+`,? ?)+) \| (\d{3}) \|.*)re");
   bool inExample = false;
   for (std::string line; std::getline(stream, line);) {
     std::smatch match;
@@ -43,13 +39,6 @@ std::vector<Section> readDocument() {
       section.body += line;
     } else if (std::regex_match(line, match, key)) {
       section.keys[match[1]] = {match[2], match[3] == "yes"};
-    } else if (std::regex_match(line, match, code)) {
-      const std::string names = match[1];
-      const std::regex name("[A-Z_]+");
-      for (std::sregex_iterator found(names.begin(), names.end(), name); found != std::sregex_iterator();
-           ++found) {
-        section.codes[found->str()] = std::stoi(match[2]);
-      }
     } else {
       section.text += line + "\n";
     }
@@ -74,15 +63,6 @@ void collect(const json& value, const std::string& path, std::multimap<std::stri
   } else {
     leaves.emplace(path, value);
   }
-}
-
-/// 31 minutes at a rate so low that they fit into the limit of a body.
-std::string longRecording() {
-  constexpr std::uint32_t rate = 4000;
-  std::string file = wavFile(Pcm(std::size_t{31} * 60 * rate));
-  const std::uint32_t rates[] = {rate, rate * 2};  // of samples, of bytes
-  std::memcpy(file.data() + 24, rates, sizeof rates);
-  return file;
 }
 
 class ApiDocumentTest : public ServerFixture {
@@ -168,69 +148,6 @@ TEST_F(ApiDocumentTest, EveryEndpointRepliesAsItSays) {
     EXPECT_EQ(route.access == Access::signedIn, saysSignedIn) << title;
     if (route.method == "DELETE") signUp();
   }
-}
-
-TEST_F(ApiDocumentTest, EveryCodeStandsWithItsStatusWhereItComes) {
-  Options options;
-  options.minutesPerMonth = 1;
-  start("exit 1", options);
-  const std::string token = signUp();
-  const std::string sound = wavFile(tone(1));
-  const auto with = [](Ask ask, const std::string& type, const std::string& body) {
-    ask.contentType = type;
-    ask.body = body;
-    return ask;
-  };
-  const std::string js = "application/json";
-  const auto ask = [&](const std::string& method, const std::string& path, const std::string& body = "") {
-    return Ask{.method = method, .path = "/api/v1" + path, .token = token, .contentType = js, .body = body};
-  };
-  const std::vector<Ask> provocations = {
-      ask("POST", "/auth/register", "{}"),
-      ask("POST", "/auth/register", R"({"email":"x","password":"correct horse"})"),
-      ask("POST", "/auth/register", R"({"email":"x@y","password":"short"})"),
-      ask("POST", "/auth/register", R"({"email":"ann@example.org","password":"correct horse"})"),
-      ask("POST", "/auth/login", R"({"email":"ann@example.org","password":"wrong"})"),
-      ask("POST", "/auth/refresh", R"({"refreshToken":"x"})"),
-      ask("PATCH", "/me/preferences", R"({"cleanupPromptVersion":""})"),
-      ask("POST", "/me/achievements", R"({"milestone":"x"})"),
-      ask("PUT", "/me"),
-      with(ask("POST", "/auth/login"), "text/plain", "x"),
-      with(ask("POST", "/auth/login"), js, std::string(70'000, ' ')),
-      {.path = "/api/v1/me"},
-      with(ask("POST", "/transcribe?language=xx"), "audio/wav", sound),
-      with(ask("POST", "/transcribe"), "audio/wav", "no sound"),
-      with(ask("POST", "/transcribe"), "audio/wav", longRecording()),
-      with(ask("POST", "/transcribe"), "audio/wav", sound),
-      ask("GET", "/app-config"),
-  };
-  std::map<std::string, int> documented;
-  for (const Section& each : document_) documented.insert(each.codes.begin(), each.codes.end());
-  std::set<std::string> seen;
-  const auto expectDocumented = [&](const std::string& title, const Answer& answer) {
-    const std::string code = answer.errorCode();
-    seen.insert(code);
-    const Section& general = section("Errors");
-    const bool here = general.codes.contains(code) || section(title).codes.contains(code);
-    EXPECT_TRUE(here) << title << " answers with " << code;
-    EXPECT_EQ(documented[code], answer.status) << code;
-  };
-  for (const Ask& each : provocations) {
-    const std::string path = each.path.substr(0, each.path.find('?'));
-    const bool known = each.method != "PUT";
-    expectDocumented(known ? each.method + " " + path : "Errors", send(server_->port(), each));
-  }
-  start(hello, options);
-  transcribe(token, wavFile(tone(61)), "", "audio/wav");
-  expectDocumented("POST /api/v1/transcribe", transcribe(token, sound, "", "audio/wav"));
-  options.authAttemptsPerMinute = 1;
-  start(hello, options);
-  signIn("correct horse");
-  expectDocumented("POST /api/v1/auth/login", signIn("correct horse"));
-
-  // The rest takes a fault or a server that is about to end; other tests have them.
-  for (const char* rare : {"INTERNAL", "BUSY", "UNAVAILABLE"}) seen.insert(rare);
-  for (const auto& [code, status] : documented) EXPECT_TRUE(seen.contains(code)) << code << " never comes";
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include "ScriptedService.h"
 #include "ServerFixture.h"
 #include "SoundFile.h"
+#include "SourceTree.h"
 
 namespace pell::localserver {
 namespace {
@@ -122,7 +123,11 @@ TEST_F(ServerTest, EveryBadRequestGetsItsErrorBody) {
       {upload("audio/mp4", "x", "?language=xx"), 400, "UNSUPPORTED_LANGUAGE"},
       {upload("audio/mp4", std::string((25u << 20) + 1, 'x'), "?language=en"), 413, "PAYLOAD_TOO_LARGE"},
   };
+  std::ifstream stream(pell::testing::sourceTree() / "docs/server-api.md");
+  const std::string document{std::istreambuf_iterator<char>(stream), {}};
   for (const auto& [ask, status, code] : rows) {
+    const std::string documented = std::string("| `") + code + "` | " + std::to_string(status) + " |";
+    EXPECT_NE(document.find(documented), std::string::npos) << documented;
     const Answer answer = send(server_->port(), ask);
     EXPECT_EQ(answer.status, status) << ask.method << " " << ask.path << " " << ask.body.substr(0, 80);
     EXPECT_EQ(answer.errorCode(), code) << ask.method << " " << ask.path << " " << ask.body.substr(0, 80);
