@@ -48,8 +48,10 @@ Road::Road(std::unique_ptr<LinuxPlatform> platform, Essentials& essentials)
   delegate_.applyPanel = [this](const PanelContext&, std::string_view trigger) {
     if (trigger == "phase") phaseSince_ = now();
   };
-  delegate_.dictation().onHistoryChanged = [this] {
+  auto& historyChanged = delegate_.dictation().onHistoryChanged;
+  historyChanged = [this, reload = historyChanged] {
     if (!written_) written_ = now();
+    reload();
   };
   delegate_.applicationDidFinishLaunching();
 }

@@ -9,6 +9,14 @@
 #include "platform/Workspace.h"
 
 namespace pell {
+namespace {
+
+Task<void> carryOut(std::function<void()> work) {
+  work();
+  co_return;
+}
+
+}  // namespace
 
 AppDelegate::AppDelegate(const Platform& platform)
     : main_(platform.main),
@@ -130,13 +138,7 @@ void AppDelegate::join() {
   hotKeys_.onShortTap = [this] { shortTap(); };
 }
 
-void AppDelegate::later(std::function<void()> work) {
-  auto task = [](std::function<void()> work) -> Task<void> {
-    work();
-    co_return;
-  };
-  tasks_.spawn(task(std::move(work)));
-}
+void AppDelegate::later(std::function<void()> work) { tasks_.spawn(carryOut(std::move(work))); }
 
 Task<void> AppDelegate::refreshUsage() {
   co_await model_.usage().reloadUsage();
