@@ -3,6 +3,7 @@
 #include <array>
 #include <charconv>
 #include <fmt/format.h>
+#include <limits>
 #include <utility>
 
 namespace pell {
@@ -87,6 +88,8 @@ Command parseSignIn(Arguments rest, bool registering) {
   return SignInCommand{.email = rest[0], .registering = registering};
 }
 
+constexpr int mostRows = std::numeric_limits<int>::max();
+
 std::optional<int> parseLimit(std::string_view text) {
   int value = 0;
   auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
@@ -125,7 +128,7 @@ Command parseHistory(Arguments rest) {
       continue;
     }
     auto limit = parseLimit(rest[i]);
-    if (!limit) return UsageError{fmt::format("'{}' is no whole number above 0", rest[i])};
+    if (!limit) return UsageError{fmt::format("'{}' is no whole number from 1 to {}", rest[i], mostRows)};
     command.limit = *limit;
   }
   return command;

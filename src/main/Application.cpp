@@ -4,7 +4,6 @@
 #include <QSessionManager>
 #include <QSystemTrayIcon>
 #include <array>
-#include <cstdio>
 #include <cstdlib>
 #include <functional>
 #include <thread>
@@ -24,6 +23,7 @@
 #include "main/LinuxPlatform.h"
 #include "main/SessionCommand.h"
 #include "main/ShutdownWatch.h"
+#include "main/StandardStreams.h"
 #include "platform/linux/Heap.h"
 #include "platform/linux/LinuxWords.h"
 #include "platform/linux/SignalWatch.h"
@@ -37,18 +37,13 @@ namespace {
 constexpr Seconds activateLimit{2};
 constexpr const char* identifier = "com.pell.dictation";
 
-int fail(const std::string& sentence) {
-  std::fprintf(stderr, "pell: %s\n", sentence.c_str());
-  return 1;
-}
-
 /// The one that runs may still be starting, or already ending.
 int activateRunningInstance() {
   for (int attempt = 0; attempt < 10; ++attempt) {
     if (askRunningInstance(controlSocket(), {.command = "activate"}, activateLimit)) return 0;
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
   }
-  return fail("another Pell is running and does not answer");
+  return failWith("another Pell is running and does not answer");
 }
 
 /// Asked before Qt, which ends the process without a word of ours where there is no display.
@@ -98,7 +93,7 @@ class Application {
                        }
                      });
     QObject::connect(qApp, &QGuiApplication::commitDataRequest, &window_,
-                     [this](QSessionManager&) { delegate_.applicationShouldTerminate(); });
+                     [this](QSessionManager&) { prepareForTheEnd(); });
   }
 
   bool listen() { return control_.listen(controlSocket()); }
@@ -181,9 +176,14 @@ class Application {
 
   void terminate(const char* reason) {
     log_.info("terminating", {{"reason", reason}});
+    prepareForTheEnd();
+    QCoreApplication::quit();
+  }
+
+  /// A desktop that ends the session may end this process without another word.
+  void prepareForTheEnd() {
     delegate_.applicationShouldTerminate();
     platform_.pasteboard().handOver();
-    QCoreApplication::quit();
   }
 
   const Log& log_;
@@ -207,14 +207,14 @@ class Application {
 int runApplication(const std::string& name, const RunCommand& command) {
   setHeapLimits();
   auto folder = runtimeFolder();
-  if (folder.empty()) return fail("there is no private folder for this session; set XDG_RUNTIME_DIR");
+  if (folder.empty()) return failWith("there is no private folder for this session; set XDG_RUNTIME_DIR");
   InstanceLock lock(folder / "lock");
   if (lock.state() == InstanceLock::State::taken) return command.hidden ? 0 : activateRunningInstance();
   if (lock.state() == InstanceLock::State::unavailable) {
-    return fail("the file " + (folder / "lock").string() + " cannot be opened");
+    return failWith("the file " + (folder / "lock").string() + " cannot be opened");
   }
   if (auto reason = whyThereIsNoDisplay()) {
-    return fail("there is no display: " + *reason + " ('./dev demo' needs none)");
+    return failWith("there is no display: " + *reason + " ('./dev demo' needs none)");
   }
 
   // Global keys and synthetic input are those of the X server, also where Wayland runs above it or the user
@@ -230,7 +230,8 @@ int runApplication(const std::string& name, const RunCommand& command) {
 
   Essentials essentials;
   auto opening = LinuxPlatform::open(essentials);
-  if (auto* unavailable = std::get_if<LinuxPlatform::Unavailable>(&opening)) return fail(unavailable->reason);
+  if (auto* unavailable = std::get_if<LinuxPlatform::Unavailable>(&opening))
+    return failWith(unavailable->reason);
   auto& platform = std::get<std::unique_ptr<LinuxPlatform>>(opening);
   Application application(essentials, *platform);
   if (!application.listen()) essentials.log().warn("control_socket_unavailable");

@@ -12,6 +12,7 @@
 #include "main/InstanceLock.h"
 #include "main/Password.h"
 #include "main/SessionCommand.h"
+#include "main/StandardStreams.h"
 #include "stores/DictationsRepository.h"
 
 namespace pell {
@@ -22,12 +23,9 @@ constexpr Seconds sessionLimit{200};
 constexpr Seconds dictateLimit{5};
 
 int report(const ControlReply& reply) {
-  if (!reply.message.empty()) std::fprintf(reply.ok ? stdout : stderr, "%s\n", reply.message.c_str());
-  return reply.ok ? 0 : 1;
-}
-
-int fail(const char* sentence) {
-  std::fprintf(stderr, "pell: %s\n", sentence);
+  const std::string line = reply.message.empty() ? "" : reply.message + "\n";
+  if (reply.ok) return printOut(line);
+  std::fputs(line.c_str(), stderr);
   return 1;
 }
 
@@ -36,7 +34,7 @@ int runWithServer(const ControlRequest& request, ControlReply (*here)(const Cont
   auto socket = controlSocket();
   if (!isInstanceRunning(socket)) return report(here(request));
   auto reply = askRunningInstance(socket, request, sessionLimit);
-  return reply ? report(*reply) : fail("the running Pell did not answer");
+  return reply ? report(*reply) : failWith("the running Pell did not answer");
 }
 
 std::string localTime(Date date) {
@@ -64,9 +62,9 @@ int readHistory(const std::function<bool(DictationsRepository* history)>& print)
       written = print(nullptr);
     }
   } catch (const Database::Failure& failure) {
-    return fail(failure.message().c_str());
+    return failWith(file.string() + ": " + failure.message());
   }
-  return written && std::fflush(stdout) == 0 ? 0 : fail("the history could not be written out");
+  return written ? printOut("") : failWith("the history could not be written out");
 }
 
 }  // namespace
@@ -79,13 +77,14 @@ std::filesystem::path controlSocket() {
 int runDictate(const DictateCommand& command) {
   ControlRequest request{.command = "dictate", .argument = std::string(word(command.action))};
   auto reply = askRunningInstance(controlSocket(), request, dictateLimit);
-  return reply ? report(*reply) : fail("Pell is not running; start it with 'pell'");
+  return reply ? report(*reply) : failWith("Pell is not running; start it with 'pell'");
 }
 
 int runSignIn(const SignInCommand& command) {
-  auto password = readPassword();
-  if (!password) return fail("no password was given");
-  return runWithServer(controlRequest(command, std::move(*password)), changeSessionHere);
+  auto reading = readPassword(command.registering ? PasswordUse::chosen : PasswordUse::known);
+  if (auto* missing = std::get_if<NoPassword>(&reading)) return failWith(missing->reason);
+  auto request = controlRequest(command, std::move(std::get<std::string>(reading)));
+  return runWithServer(request, changeSessionHere);
 }
 
 int runSignOut(const SignOutCommand& command) {

@@ -42,12 +42,6 @@ class Silence {
   bool active_ = false;
 };
 
-std::optional<std::string> given(std::string line) {
-  if (!line.empty() && line.back() == '\r') line.pop_back();
-  if (line.empty()) return std::nullopt;
-  return line;
-}
-
 /// One line of the terminal. A signal ends it early, with what was typed until then.
 std::string typedLine() {
   std::string line;
@@ -55,27 +49,38 @@ std::string typedLine() {
   return line;
 }
 
-}  // namespace
-
-std::optional<std::string> readPassword() {
-  if (!::isatty(STDIN_FILENO)) {
-    std::string line;
-    std::getline(std::cin, line);
-    return given(std::move(line));
-  }
+std::string ask(const char* prompt) {
   while (true) {
     caughtSignal = 0;
     std::string line;
-    std::fputs("Password: ", stderr);
+    std::fputs(prompt, stderr);
     {
       Silence silence;
       line = typedLine();
     }
     std::fputs("\n", stderr);
-    if (caughtSignal == 0) return given(std::move(line));
+    if (caughtSignal == 0) return line;
     // Ends or stops the program as it would have; it asks anew when it is continued.
     ::raise(caughtSignal);
   }
+}
+
+}  // namespace
+
+std::variant<std::string, NoPassword> readPassword(PasswordUse use) {
+  const bool asking = ::isatty(STDIN_FILENO) != 0;
+  std::string password;
+  if (asking) {
+    password = ask("Password: ");
+  } else {
+    std::getline(std::cin, password);
+    if (password.ends_with('\r')) password.pop_back();
+  }
+  if (password.empty()) return NoPassword{"no password was given"};
+  if (asking && use == PasswordUse::chosen && ask("The same again: ") != password) {
+    return NoPassword{"the two passwords are not the same"};
+  }
+  return password;
 }
 
 }  // namespace pell

@@ -1,12 +1,18 @@
 #pragma once
 
-#include <optional>
 #include <string>
+#include <variant>
 
 namespace pell {
 
-/// The password of a sign-in: asked for on the terminal without echo, or the first line of standard input
-/// where that is no terminal. Absent when none was given.
-std::optional<std::string> readPassword();
+enum class PasswordUse { known, chosen };
+
+struct NoPassword {
+  const char* reason;
+};
+
+/// Asked for on the terminal without echo, and once more where it is chosen anew, as nobody sees a slip of
+/// the fingers; or the first line of standard input where that is no terminal.
+std::variant<std::string, NoPassword> readPassword(PasswordUse use);
 
 }  // namespace pell

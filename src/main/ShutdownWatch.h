@@ -3,6 +3,8 @@
 #include <functional>
 #include <gio/gio.h>
 
+#include "platform/linux/GLibPtr.h"
+
 namespace pell {
 
 /// Hears when the login manager is about to shut the machine down. Needs a main loop that serves GLib's
@@ -15,8 +17,12 @@ class ShutdownWatch {
   ShutdownWatch& operator=(const ShutdownWatch&) = delete;
 
  private:
+  static void onConnected(GObject*, GAsyncResult* result, gpointer self);
+  void subscribe(GDBusConnection* bus);
+
   std::function<void()> onShutdown_;
-  GDBusConnection* bus_ = nullptr;
+  GLibPtr<GCancellable> connecting_;
+  GLibPtr<GDBusConnection> bus_;
   guint subscription_ = 0;
 };
 

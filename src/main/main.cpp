@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "main/Application.h"
 #include "main/Commands.h"
+#include "main/StandardStreams.h"
 #include "platform/portable/BuildStamp.h"
 
 namespace {
@@ -21,9 +22,7 @@ struct Runner {
   int operator()(const HistoryCommand& command) const { return runHistory(command); }
   int operator()(const AccountCommand& command) const { return runAccount(command); }
   int operator()(const HistoryExportCommand& command) const { return runHistoryExport(command); }
-  int operator()(const PrintCommand& command) const {
-    return std::fputs(command.text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? 0 : 1;
-  }
+  int operator()(const PrintCommand& command) const { return printOut(command.text); }
   int operator()(const UsageError& error) const {
     std::fprintf(stderr, "pell: %s\nTry 'pell --help'.\n", error.message.c_str());
     return 2;
@@ -33,6 +32,7 @@ struct Runner {
 }  // namespace
 
 int main(int argc, char** argv) {
+  occupyClosedStreams();
   std::vector<std::string> arguments(argv + 1, argv + argc);
   return std::visit(Runner{argv[0]},
                     parseCommandLine(arguments, stampedBuildInfo().shortVersion.value_or("0.0.0")));

@@ -1,13 +1,10 @@
 #include "pipeline/Recorder.h"
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
-#include <fcntl.h>
 #include <fstream>
 #include <iterator>
 #include <system_error>
-#include <unistd.h>
 #include <utility>
 
 #include "async/OneShot.h"
@@ -29,15 +26,6 @@ constexpr std::string_view fileExtension = ".m4a";
 void restrictPermissions(const fs::path& file) {
   std::error_code ignored;
   fs::permissions(file, fs::perms::owner_read | fs::perms::owner_write, ignored);
-}
-
-/// The file is the user's alone from its first instant: an encoder that made it would leave a moment in
-/// which others could open it.
-std::error_code createPrivateFile(const fs::path& file) {
-  int descriptor = ::open(file.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0600);
-  if (descriptor < 0) return {errno, std::generic_category()};
-  ::close(descriptor);
-  return {};
 }
 
 void removeFile(const fs::path& file) {
@@ -101,14 +89,11 @@ Task<bool> Recorder::start() {
 }
 
 bool Recorder::openCapture() {
-  const std::string couldNotStart = "Pell could not start the microphone: ";
   fs::path file = scratchURL();
-  if (auto error = createPrivateFile(file)) return failStart(couldNotStart + error.message());
-
   auto opening = dependencies_.audio.open(file, AudioSettings{});
   if (auto* failure = std::get_if<AudioFailure>(&opening)) {
     removeFile(file);
-    return failStart(couldNotStart + failure->description);
+    return failStart("Pell could not start the microphone: " + failure->description);
   }
   auto recording = std::move(std::get<std::unique_ptr<AudioRecording>>(opening));
   recording->setMeteringEnabled(true);

@@ -61,7 +61,8 @@ class AudioCapture {
   /// Asks the user. The answer may come on any thread, once.
   virtual void requestAccess(std::function<void(bool granted)> answer) = 0;
 
-  /// Prepares a recording into `file`, which exists afterwards and holds nothing yet.
+  /// Prepares a recording into `file`, which exists afterwards and holds nothing yet. It is the user's alone
+  /// from its first instant.
   virtual AudioOpening open(const std::filesystem::path& file, const AudioSettings& settings) = 0;
 };
 

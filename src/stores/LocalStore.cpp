@@ -10,7 +10,7 @@ LocalStore::LocalStore(const std::filesystem::path& file, const WallClock& clock
     dictations_.emplace(notes_->connection(), clock);
   } catch (const Database::Failure& failure) {
     failure_ = failure.message();
-    log.error("store_unavailable", {{"reason", failure.message()}});
+    log.error("store_unavailable", {{"reason", failure.message()}, {"file", file.string()}});
   }
 }
 

@@ -35,6 +35,7 @@ TEST(CommandLineTest, WrongLinesAreUsageErrorsThatNameTheCulprit) {
       {{"history", "--limit"}, "--limit"},
       {{"history", "--limit", "0"}, "'0'"},
       {{"history", "--limit", "12x"}, "12x"},
+      {{"history", "--limit", "2147483648"}, "to 2147483647"},
       {{"history", "--since"}, "--since"},
       {{"history", "export"}, "--format"},
       {{"history", "export", "--format", "xml"}, "xml"},

@@ -54,7 +54,10 @@ class AudioCaptureContract : public Contract<AudioCaptureWorld> {
 TEST_P(AudioCaptureContract, RecordsAFileThatIsPlayableOnceStopped) {
   world().hearTone();
   auto file = world().newFile();
-  auto recording = start(file, [&](AudioRecording&) { EXPECT_EQ(std::filesystem::file_size(file), 0u); });
+  auto recording = start(file, [&](AudioRecording&) {
+    EXPECT_EQ(std::filesystem::file_size(file), 0u);
+    EXPECT_EQ(std::filesystem::status(file).permissions(), std::filesystem::perms(0600));
+  });
   ASSERT_NE(recording, nullptr);
   EXPECT_TRUE(world().waitUntil([&] { return level(*recording) > -60; }));
   EXPECT_EQ(world().openStreams(), 1);

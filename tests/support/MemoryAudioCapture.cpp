@@ -61,10 +61,9 @@ AudioOpening MemoryAudioCapture::open(const std::filesystem::path& file, const A
   if (openFailure) return AudioFailure{*openFailure};
   if (!hasDevice) return AudioFailure{"There is no microphone."};
   files.push_back(file);
-  std::error_code missing;
-  permissionsAtOpening = std::filesystem::status(file, missing).permissions();
   if (!std::ofstream(file, std::ios::binary | std::ios::trunc))
     return AudioFailure{"The file cannot be made."};
+  std::filesystem::permissions(file, std::filesystem::perms(0600));
   auto state = std::make_shared<State>();
   states_.push_back(state);
   return std::make_unique<Recording>(*this, file, std::move(state));

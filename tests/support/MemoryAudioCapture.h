@@ -27,7 +27,6 @@ class MemoryAudioCapture final : public AudioCapture {
 
   // Recorded.
   std::vector<std::filesystem::path> files;
-  std::filesystem::perms permissionsAtOpening = std::filesystem::perms::unknown;  // of the file
 
   /// Streams that are capturing at this moment.
   std::size_t liveStreams() const {

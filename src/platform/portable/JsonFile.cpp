@@ -48,16 +48,20 @@ JsonFile::Object JsonFile::load() {
   if (fs::symlink_status(path_, error).type() == fs::file_type::not_found) return Object::object();
   // A link whose target is missing is a file that was not written yet.
   if (fs::status(path_, error).type() == fs::file_type::not_found) return Object::object();
-  if (auto text = read(path_)) {
-    if (auto object = parse(*text)) return std::move(*object);
-    moveAside("not a JSON object");
-  } else {
-    moveAside("unreadable");
-  }
+  auto text = read(path_);
+  if (!text) return damaged("unreadable");
+  auto object = parse(*text);
+  if (!object) return damaged("not a JSON object");
+  damaged_ = false;
+  return std::move(*object);
+}
+
+JsonFile::Object JsonFile::damaged(const char* reason) {
+  if (!std::exchange(damaged_, true)) log_.warn(name_ + "_damaged", {{"reason", reason}});
   return Object::object();
 }
 
-void JsonFile::moveAside(const char* reason) {
+void JsonFile::moveAside() {
   fs::path kept;
   std::error_code error;
   for (int n = 1; kept.empty() || fs::symlink_status(kept, error).type() != fs::file_type::not_found; ++n) {
@@ -66,11 +70,11 @@ void JsonFile::moveAside(const char* reason) {
     if (n > 10000) break;
   }
   fs::rename(path_, kept, error);
-  log_.warn(name_ + "_damaged",
-            {{"reason", reason}, {"kept", error ? path_.filename().string() : kept.filename().string()}});
+  if (!error) log_.warn(name_ + "_moved_aside", {{"kept", kept.filename().string()}});
 }
 
 bool JsonFile::save(const Object& object) {
+  if (std::exchange(damaged_, false)) moveAside();
   const auto text = object.dump(2, ' ', false, Object::error_handler_t::replace) + "\n";
   const auto failure = replacePrivateFile(path_, text);
   if (failure && !failing_) log_.warn(name_ + "_write_failed", {{"reason", failure.message()}});

@@ -12,13 +12,14 @@
 namespace pell {
 
 /// Reads and replaces the file; what goes wrong is logged and never thrown, and nothing that stood in the
-/// file is lost: content that is no JSON object is moved aside before anything else is written. The content
-/// is never logged. One thread at a time.
+/// file is lost: content that is no JSON object is moved aside to `<file>.damaged-<n>` before anything else
+/// is written, and not sooner: whoever only reads may run beside the file's owner. The content is never
+/// logged. One thread at a time.
 class JsonFile {
  public:
   using Object = nlohmann::ordered_json;
 
-  /// `name` begins the events: `<name>_damaged`, `<name>_write_failed`.
+  /// `name` begins the events: `<name>_damaged`, `<name>_moved_aside`, `<name>_write_failed`.
   JsonFile(std::filesystem::path path, std::string name, const Log& log);
 
   /// The object in the file; an empty one if there is no file or none that can be read.
@@ -28,11 +29,13 @@ class JsonFile {
   bool save(const Object& object);
 
  private:
-  void moveAside(const char* reason);
+  Object damaged(const char* reason);
+  void moveAside();
 
   std::filesystem::path path_;
   std::string name_;
   const Log log_;
+  bool damaged_ = false;
   bool failing_ = false;
 };
 

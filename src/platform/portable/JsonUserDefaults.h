@@ -13,9 +13,9 @@ namespace pell {
 /// bytes and an object of strings for a dictionary. Keys and values that mean nothing here stay in the file
 /// as they are.
 ///
-/// A damaged file is moved aside to `<file>.damaged-<n>` (`defaults_damaged` in the log). A value that cannot
-/// be written is kept in memory (`defaults_write_failed`, once per run of failures), and the next change
-/// tries to write everything again.
+/// A damaged file counts as empty (`defaults_damaged` in the log) and is moved aside before the first change
+/// is written. A value that cannot be written is kept in memory (`defaults_write_failed`, once per run of
+/// failures), and the next change tries to write everything again.
 class JsonUserDefaults final : public UserDefaults {
  public:
   JsonUserDefaults(std::filesystem::path file, const Log& log);
