@@ -30,7 +30,10 @@ struct Stroke {
 class X11SyntheticInput::Keyboard {
  public:
   explicit Keyboard(std::unique_ptr<X11Connection> connection)
-      : connection_(std::move(connection)), keymap_(*connection_) {}
+      : connection_(std::move(connection)), keymap_(*connection_) {
+    constexpr unsigned changes = XkbMapNotifyMask | XkbNewKeyboardNotifyMask;
+    XkbSelectEvents(connection_->display(), XkbUseCoreKbd, changes, changes);
+  }
 
   ~Keyboard() {
     if (boundKey_ != 0 && !connection_->isLost()) bind(boundKey_, NoSymbol);
@@ -61,10 +64,16 @@ class X11SyntheticInput::Keyboard {
   int boundKey_ = 0;
 };
 
-// Fetching the layout costs less than a millisecond, and a paste is rare.
+// Fetching the layout takes longer than the rest of a stroke, so it is fetched when it has changed. Changes
+// are all that this connection ever hears of.
 void X11SyntheticInput::Keyboard::followChanges() {
-  XSync(connection_->display(), True);  // notices of changed layouts, which come unasked
-  keymap_.refresh();
+  Display* display = connection_->display();
+  XkbStateRec state{};
+  XkbGetState(display, XkbUseCoreKbd, &state);  // its answer comes behind every earlier notice
+  bool changed = false;
+  for (XEvent event; XEventsQueued(display, QueuedAlready) > 0; changed = true) XNextEvent(display, &event);
+  if (changed) keymap_.refresh();
+  keymap_.setGroup(state.group);
 }
 
 std::optional<Stroke> X11SyntheticInput::Keyboard::stroke(PasteStyle style) {
