@@ -187,7 +187,7 @@ TEST(GstAudioCapture, IsDeniedWhereTheServerRefusesUs) {
 TEST(GstAudioCapture, TakesAMicrophoneForGrantedUntilTheServerHasTold) {
   SoundServer server;
   RealLoop loop;
-  HeldDefaults defaults;
+  MemoryUserDefaults defaults;
   MemoryLog log;
   {
     GstAudioCapture capture(loop, defaults, Log(log));
