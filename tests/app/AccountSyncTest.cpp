@@ -73,12 +73,6 @@ TEST(ReloadRuleTest, WhatTheServerOrTheNetworkDidIsDroppedInSilence) {
     EXPECT_TRUE(world.state().unlockedMilestones.get().contains("words.1"));
     EXPECT_FALSE(model.usage().isLoading().get());
   }
-  MemoryLog sink;
-  const Log log(sink);
-  AppState state;
-  ReloadRule(state, log).failed(std::runtime_error("surprise"), "usage_reload_failed");
-  EXPECT_EQ(sink.lines("usage_reload_failed").at(0)["reason"], "surprise");
-  EXPECT_EQ(state.screen.get(), Screen::loading);
 }
 
 TEST(UsageSyncTest, AnActionIsReportedUntilItIsKnown) {

@@ -36,7 +36,6 @@ class ModelWorld {
   std::map<std::string, Reply> server{
       {"POST /api/v1/auth/refresh", {.body = sessionJson("renewed")}},
       {"POST /api/v1/auth/login", {.body = sessionJson("first")}},
-      {"POST /api/v1/auth/register", {.body = sessionJson("first")}},
       {"POST /api/v1/auth/logout", {}},
       {"POST /api/v1/auth/password/reset-request", {}},
       {"POST /api/v1/me/email/verify/resend", {}},
@@ -52,7 +51,6 @@ class ModelWorld {
       {"POST /api/v1/me/achievements", {.body = R"({"unlocked":[]})"}},
       {"PATCH /api/v1/me/preferences",
        {.body = R"({"cleanupEnabled":false,"cleanupPromptVersion":"mail-v1"})"}},
-      {"POST /api/v1/transcribe", {}},
   };
   std::unique_ptr<AppDelegate> app;
 
