@@ -87,7 +87,9 @@ class ApiDocumentTest : public ServerFixture {
       }
     }
     for (const auto& [path, what] : where.keys) {
-      if (what.second) EXPECT_TRUE(leaves.contains(path)) << where.title << " replies without " << path;
+      if (what.second) {
+        EXPECT_TRUE(leaves.contains(path)) << where.title << " replies without " << path;
+      }
     }
   }
 
