@@ -31,12 +31,12 @@ class RelocationTest : public ::testing::Test {
   MemoryApplicationMover& mover = desk.mover;
   Installation installation{.bundle = bundle, .placement = {}, .mover = &mover};
   int quits = 0;
-  std::optional<Relocation> relocation{
-      std::in_place, Relocation::Collaborators{.installation = installation,
-                                               .main = desk.time.main(),
-                                               .makeSerialExecutor = desk.time.serialExecutors(),
-                                               .log = log,
-                                               .quit = [this] { ++quits; }}};
+  Relocation::Collaborators collaborators{.installation = installation,
+                                          .main = desk.time.main(),
+                                          .makeSerialExecutor = desk.time.serialExecutors(),
+                                          .log = log,
+                                          .quit = [this] { ++quits; }};
+  std::optional<Relocation> relocation{std::in_place, collaborators};
   TaskScope tasks{desk.time.main()};
 };
 
@@ -126,25 +126,19 @@ TEST_F(RelocationTest, SaysWhyItCouldNotMove) {
 
 TEST_F(RelocationTest, MayBeDestroyedAtEveryStep) {
   for (int steps = 0; steps < 8; ++steps) {
-    MemoryPlatform fresh;
-    Relocation::Collaborators with{.installation = installation,
-                                   .main = fresh.time.main(),
-                                   .makeSerialExecutor = fresh.time.serialExecutors(),
-                                   .log = log,
-                                   .quit = [this] { ++quits; }};
-    auto tested = std::make_unique<Relocation>(with);
-    auto scope = std::make_unique<TaskScope>(fresh.time.main());
-    tested->noticeInstallLocation(Placement::translocated);
-    scope->spawn(tested->moveToApplications());
-    const auto openedBefore = mover.opened.size();
-    for (int step = 0; step < steps; ++step) fresh.time.step();
-    const bool opened = mover.opened.size() > openedBefore;
-    scope.reset();
-    tested.reset();
-    if (opened) mover.answerOpening(std::nullopt);
-    fresh.time.advance(Seconds(1));
+    mover.opened.clear();
+    relocation.emplace(collaborators);
+    relocation->noticeInstallLocation(Placement::translocated);
+    {
+      TaskScope scope{desk.time.main()};
+      scope.spawn(relocation->moveToApplications());
+      for (int step = 0; step < steps; ++step) desk.time.step();
+    }
+    relocation.reset();
+    if (!mover.opened.empty()) mover.answerOpening(std::nullopt);
+    desk.time.advance(Seconds(1));
   }
-  EXPECT_GT(mover.opened.size(), 0u);
+  EXPECT_FALSE(mover.opened.empty());
   EXPECT_EQ(quits, 0) << "an answer that comes late ends nothing";
 }
 

@@ -16,11 +16,6 @@ namespace {
 namespace fs = std::filesystem;
 using Page = DesktopSettings::Page;
 
-constexpr const char* accessibilityAddress =
-    "x-apple.systempreferences:com.apple.preference.security?Privacy_Accessibility";
-constexpr const char* microphoneAddress =
-    "x-apple.systempreferences:com.apple.preference.security?Privacy_Microphone";
-
 /// Programs that write down how they were started.
 class DesktopSettingsTest : public ::testing::Test {
  protected:
@@ -84,9 +79,10 @@ TEST_F(DesktopSettingsTest, OpensThePageOfTheDesktopOrWhatThereIs) {
 }
 
 TEST(DesktopSettingsPage, IsKnownByItsAddress) {
-  EXPECT_EQ(DesktopSettings::pageOf(accessibilityAddress), Page::accessibility);
-  EXPECT_EQ(DesktopSettings::pageOf(microphoneAddress), Page::microphone);
-  EXPECT_EQ(DesktopSettings::pageOf("https://example.org/Privacy_Microphone"), std::nullopt);
+  const std::string privacy = "x-apple.systempreferences:com.apple.preference.security?Privacy_";
+  EXPECT_EQ(DesktopSettings::pageOf(privacy + "Accessibility"), Page::accessibility);
+  EXPECT_EQ(DesktopSettings::pageOf(privacy + "Microphone"), Page::microphone);
+  EXPECT_EQ(DesktopSettings::pageOf("https://example.org/?Privacy_Microphone"), std::nullopt);
 }
 
 TEST(LinuxInstallationTest, WhatAPackageInstalledIsAnApplication) {
