@@ -13,6 +13,7 @@ struct BuildInfo {
   bool allowsApiOverride = false;
   bool developmentBuild = false;
   std::optional<std::string> shortVersion;
+  std::optional<std::string> downloadUrl;  // of the web site from which the application is downloaded
   std::optional<std::string> bundleIdentifier;
   std::optional<std::string> remoteConfigPublicKey;
   std::optional<std::string> supportAddress;

@@ -30,6 +30,8 @@ bool AppConfig::apiBaseURLIsOverridden() const {
 
 std::string AppConfig::version() const { return build_.shortVersion.value_or("0.0.0"); }
 
+std::optional<std::string> AppConfig::downloadURL() const { return build_.downloadUrl; }
+
 std::string AppConfig::bundleID() const { return build_.bundleIdentifier.value_or("com.pell.dictation"); }
 
 bool AppConfig::isDevelopmentBuild() const { return build_.developmentBuild; }

@@ -28,6 +28,9 @@ class AppConfig {
   bool apiBaseURLIsOverridden() const;
 
   std::string version() const;
+
+  /// Where a newer version is to be had; absent where this build offers none.
+  std::optional<std::string> downloadURL() const;
   std::string bundleID() const;
   bool isDevelopmentBuild() const;
   std::string keychainService() const;
