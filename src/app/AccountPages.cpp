@@ -113,7 +113,7 @@ std::string AccountPages::text(const CleanupStyleCatalogue& catalogue) {
        StyleCatalogue::grouped(catalogue.styles, catalogue.groups.value_or(std::vector<std::string>()))) {
     text += printable(group.name) + "\n";
     for (const DictationStyle& style : group.styles) {
-      text += fmt::format("  {} {:<28} {}. {}\n", style.id == catalogue.serverDefault ? "*" : " ",
+      text += fmt::format("  {} {:<36} {}. {}\n", style.id == catalogue.serverDefault ? "*" : " ",
                           printable(style.id), printable(style.title), printable(style.description));
     }
   }

@@ -44,8 +44,7 @@ Task<void> SessionFlow::deleteAccount() {
   } catch (const std::exception& failure) {
     with_.state.banner = failure.what();
   }
-  with_.state.account = std::nullopt;
-  with_.state.usage = std::nullopt;
+  forgetAccount();
   with_.state.screen = Screen::signedOut;
 }
 

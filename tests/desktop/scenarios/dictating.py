@@ -1,5 +1,6 @@
 """The whole road: keys, a voice, recognition, the history, the editor."""
 
+import json
 import time
 
 from harness import editors, keys, speech
@@ -26,6 +27,26 @@ def spoken_words_arrive(world, kind):
     world.pell.wait_row(row["text"], world.editor.delivery)
     world.check(row["duration"] > 2, f"a recording of {row['duration']} s")
     world.pell.wait_silent()
+
+
+@scenario()
+def rules_for_one_application(world):
+    """What was said is cleaned in the account's style, or in the one that a rule names for the application in front."""
+    said = "um we meet tomorrow comma bring the plan"
+    world.setup(editor="gtk", transcript=said)
+    world.hold()
+    row = world.pell.rows()[-1]
+    world.expect((row["text"], row["raw_text"]), ("We meet tomorrow, bring the plan.", said), "without a rule")
+    world.pell.stop()
+    world.pell.set_default("appStyleRules", {row["target_bundle_id"]: "terminal-command-v1"})
+    world.editor.clear()
+    world.pell.start("--hidden")
+    world.hold()
+    world.expect(world.pell.rows()[-1]["text"], said, "with a rule that has nothing changed")
+    world.editor.wait_text(said)
+    world.expect(json.loads(world.pell.must("usage", "--json"))["lifetime"]["dictations"], 2, "what the server counted")
+    earned = {item["id"]: item["unlockedAt"] for item in json.loads(world.pell.must("badges", "--json"))["badges"]}
+    world.check(earned["words.1"] and not earned["words.100"], f"the badges: {earned}")
 
 
 @scenario(limit=180, long_limit=900)
