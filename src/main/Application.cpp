@@ -83,6 +83,9 @@ class Application {
                      delegate_.settings().trigger.subscribe(showStatus),
                      delegate_.lastAccessibilityState().subscribe(showStatus),
                      state.screen.subscribe(showNotice),
+                     state.screen.subscribe([this, &state] {
+                       log_.info("screen_changed", {{"screen", logLabel(state.screen)}});
+                     }),
                      state.account.subscribe(showNotice),
                      state.banner.subscribe(showNotice)};
     showNotice();
