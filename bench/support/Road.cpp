@@ -18,6 +18,7 @@ Platform withServer(const Platform& real, HttpSession& server) {
           .locations = real.locations,
           .installation = real.installation,
           .words = real.words,
+          .styleRules = real.styleRules,
           .localeOfDates = real.localeOfDates,
           .log = real.log,
           .defaults = real.defaults,

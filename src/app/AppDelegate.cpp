@@ -25,7 +25,7 @@ AppDelegate::AppDelegate(const Platform& platform)
       installation_(platform.installation),
       log_(platform.log),
       config_(platform.build, platform.locations, platform.defaults),
-      settings_(platform.defaults, platform.loginItem, log_),
+      settings_(platform.defaults, platform.loginItem, log_, platform.styleRules),
       keychain_(platform.secureItems, platform.main, config_.keychainService(), log_),
       api_({.http = platform.http,
             .keychain = keychain_,

@@ -6,6 +6,7 @@
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/LinuxInstallation.h"
 #include "platform/linux/LinuxWords.h"
+#include "platform/linux/StyleSupplement.h"
 #include "platform/portable/DateLocale.h"
 #include "platform/portable/ThreadExecutor.h"
 
@@ -70,6 +71,7 @@ Platform LinuxPlatform::record() {
           .locations = essentials_.locations().locations(),
           .installation = linuxInstallation(),
           .words = linuxWords(),
+          .styleRules = linuxStyleRules(),
           .localeOfDates = localeOfDates(),
           .log = essentials_.logSink(),
           .defaults = essentials_.defaults(),

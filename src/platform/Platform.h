@@ -2,11 +2,13 @@
 #pragma once
 
 #include <set>
+#include <span>
 #include <string>
 
 #include "async/Executor.h"
 #include "platform/BuildInfo.h"
 #include "platform/Installation.h"
+#include "platform/StyleRule.h"
 #include "platform/Words.h"
 
 namespace pell {
@@ -36,6 +38,8 @@ struct Platform {
   Locations locations;
   Installation installation;
   Words words;
+  /// For the platform's own applications; shipped beside the rules that every platform has.
+  std::span<const StyleRule> styleRules;
   std::string localeOfDates;  // as ICU names it; decides how dates are written
   LogSink& log;
   UserDefaults& defaults;

@@ -25,6 +25,12 @@ typename Preference<T>::Loaded storedChoice(UserDefaults& defaults, const char* 
           .store = [&defaults, key](const T& value) { defaults.set(key, std::string(rawValue(value))); }};
 }
 
+StyleSeeds::Rules supplemented(StyleSeeds::Rules rules, StyleSeeds::Table supplement,
+                               std::int64_t version = 0) {
+  const StyleSeeds::Upgrade upgrade{StyleSeeds::supplementVersion, supplement};
+  return StyleSeeds::applyingSeedUpgrades(std::move(rules), version, {&upgrade, 1});
+}
+
 bool isSeeded(const UserDefaults& defaults) { return defaults.value<bool>(seededKey).value_or(false); }
 
 /// A user who removed every rule has an empty map, and keeps it.
@@ -34,7 +40,8 @@ StyleSeeds::Rules rulesWhenAbsent(const UserDefaults& defaults, StyleSeeds::Rule
 
 }  // namespace
 
-AppSettings::AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log)
+AppSettings::AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log,
+                         Defaults::Table supplement)
     : loginItem_(loginItem),
       log_(log),
       language(stored<std::string>(defaults, "dictationLanguage", "multi")),
@@ -46,18 +53,21 @@ AppSettings::AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log
       playSounds(stored(defaults, "playSounds", true)),
       contextAwareStyles(stored(defaults, "contextAwareStyles", true)),
       contextAwareBrowserHost(stored(defaults, "contextAwareBrowserHost", false)),
-      appStyleRules(stored(defaults, "appStyleRules", rulesWhenAbsent(defaults, Defaults::appStyleRules()))),
+      appStyleRules(stored(defaults, "appStyleRules",
+                           rulesWhenAbsent(defaults, supplemented(Defaults::appStyleRules(), supplement)))),
       hostStyleRules(
           stored(defaults, "hostStyleRules", rulesWhenAbsent(defaults, Defaults::hostStyleRules()))),
       launchAtLogin_(loginItem.status() == loginItemEnabled) {
-  seedStyleRules(defaults);
+  seedStyleRules(defaults, supplement);
 }
 
-void AppSettings::seedStyleRules(UserDefaults& defaults) {
+void AppSettings::seedStyleRules(UserDefaults& defaults, Defaults::Table supplement) {
   if (isSeeded(defaults)) {
     const std::int64_t version = defaults.value<std::int64_t>(seedVersionKey).value_or(0);
     hostStyleRules = Defaults::applyingSeedUpgrades(hostStyleRules, version, Defaults::seedUpgrades);
-    appStyleRules = Defaults::applyingSeedUpgrades(appStyleRules, version, Defaults::appSeedUpgrades);
+    appStyleRules =
+        supplemented(Defaults::applyingSeedUpgrades(appStyleRules, version, Defaults::appSeedUpgrades),
+                     supplement, version);
   } else {
     hostStyleRules = hostStyleRules.get();
     appStyleRules = appStyleRules.get();

@@ -35,8 +35,9 @@ class AppSettings {
   using StyleRules = Defaults::Rules;
 
   /// Loads everything. Rules for styles are seeded on the first run, and brought up to the present tables
-  /// on the first run of a version that has newer ones.
-  AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log);
+  /// on the first run of a version that has newer ones. `supplement` are the platform's rules for
+  /// applications of its own; they come and are renewed like those of the tables.
+  AppSettings(UserDefaults& defaults, LoginItem& loginItem, const Log& log, Defaults::Table supplement = {});
 
   Preference<std::string> language;
   Preference<HotKeyTrigger> trigger;
@@ -63,7 +64,7 @@ class AppSettings {
   void refreshLaunchAtLogin();
 
  private:
-  void seedStyleRules(UserDefaults& defaults);
+  void seedStyleRules(UserDefaults& defaults, Defaults::Table supplement);
 
   Observable<bool> launchAtLogin_;
 };

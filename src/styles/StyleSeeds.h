@@ -7,6 +7,8 @@
 #include <string>
 #include <string_view>
 
+#include "platform/StyleRule.h"
+
 namespace pell {
 
 /// Plain data. Rules name applications by bundle identifier and sites by host in the normal form of
@@ -53,10 +55,7 @@ struct StyleSeeds {
 
   using Rules = std::map<std::string, std::string>;
 
-  struct Rule {
-    std::string_view key;  // bundle identifier or host
-    std::string_view style;
-  };
+  using Rule = StyleRule;
   using Table = std::span<const Rule>;
 
   static const Table appStyleRulesV1;
@@ -83,6 +82,9 @@ struct StyleSeeds {
   static const Upgrades seedUpgrades;     // of the sites
   static const Upgrades appSeedUpgrades;  // of the applications
   static constexpr int currentSeedVersion = 5;
+
+  /// The version that brought the rules which a platform adds for its own applications.
+  static constexpr int supplementVersion = 5;
 
   /// The rules, which are at version `from`, with every row of the newer tables set, whatever stood there.
   /// Other rows stay as they are.

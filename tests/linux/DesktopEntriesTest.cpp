@@ -1,8 +1,12 @@
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
+#include <set>
 
 #include "platform/linux/ApplicationIdentity.h"
 #include "platform/linux/DesktopEntries.h"
+#include "platform/linux/StyleSupplement.h"
+#include "styles/StyleSeeds.h"
 #include "support/TemporaryDirectory.h"
 
 namespace pell::testing {
@@ -68,6 +72,40 @@ TEST(ApplicationIdentityTest, KeepsOneIdentifierForApplicationsOfSeveralPlatform
   EXPECT_EQ(identifierOf({.className = "gnome-text-editor"}, &editor), "org.gnome.TextEditor");
   EXPECT_EQ(identifierOf({.applicationId = "org.example.App", .className = "Slack"}, &slack),
             "org.example.App");
+}
+
+TEST(ApplicationIdentityTest, RulesForApplicationsThatAreOnLinuxFindThem) {
+  // As a Debian package, from Flathub and as a snap.
+  const std::map<std::string, std::vector<std::string>> places = {
+      {"com.tinyspeck.slackmacgap", {"slack", "com.slack.Slack", "slack_slack"}},
+      {"com.microsoft.VSCode", {"code", "com.visualstudio.code", "code_code"}},
+      {"us.zoom.xos", {"Zoom", "us.zoom.Zoom", "zoom-client_zoom-client"}},
+      {"net.whatsapp.WhatsApp", {"whatsapp-desktop", "com.rtosta.zapzap", "whatsdesk_whatsdesk"}},
+      {"notion.id", {"notion-app", "io.github.brunofin.Cohesion"}},
+      {"com.anthropic.claudefordesktop", {"claude-desktop"}},
+      {"com.google.Chrome", {"google-chrome", "com.google.Chrome"}},
+      {"com.microsoft.edgemac", {"microsoft-edge", "com.microsoft.Edge"}},
+      {"com.brave.Browser", {"brave-browser", "com.brave.Browser", "brave_brave"}},
+      {"com.vivaldi.Vivaldi", {"vivaldi-stable", "com.vivaldi.Vivaldi", "vivaldi_vivaldi-stable"}},
+      {"com.operasoftware.Opera", {"opera", "com.opera.Opera", "opera_opera"}},
+  };
+  for (const auto& [common, ids] : places) {
+    for (const auto& id : ids) EXPECT_EQ(commonIdentifier(id), common) << id;
+  }
+
+  std::set<std::string_view> styles;
+  for (const auto& rule : StyleSeeds::appStyleRulesV4) styles.insert(rule.style);
+  for (const auto& rule : StyleSeeds::appStyleRulesV5) styles.insert(rule.style);
+  for (const auto& rule : StyleSeeds::hostStyleRulesV4) styles.insert(rule.style);
+  const auto given = StyleSeeds::appStyleRules();
+  std::set<std::string> seen;
+  for (const auto& [id, style] : linuxStyleRules()) {
+    const std::string key(id);
+    EXPECT_EQ(commonIdentifier(id), key) << "no window ever goes by this identifier";
+    EXPECT_FALSE(given.contains(key)) << key;
+    EXPECT_TRUE(seen.insert(key).second) << key;
+    EXPECT_TRUE(styles.contains(style)) << style;
+  }
 }
 
 TEST(ApplicationIdentityTest, KnowsAnEngineByWhatShipsBesideTheProgram) {

@@ -32,16 +32,20 @@ TEST(StyleSeedUpgradesTest, OfFilesFromEachVersion) {
   const fs::path file = directory.path() / "defaults.json";
   MemoryLog sink;
   MemoryLoginItem loginItem;
+  // The platform's own rules.
+  const Rules own{{"org.gnome.gedit", "markdown-note-v1"}, {"org.example.Mail", "gmail-email-v2"}};
+  std::vector<StyleRule> supplement;
+  for (const auto& [key, style] : own) supplement.push_back({.key = key, .style = style});
   const auto launch = [&] {
     JsonUserDefaults defaults(file, Log(sink));
-    const AppSettings settings(defaults, loginItem, Log(sink));
+    const AppSettings settings(defaults, loginItem, Log(sink), supplement);
   };
   const auto content = [&] {
     std::ostringstream text;
     text << std::ifstream(file, std::ios::binary).rdbuf();
     return text.str();
   };
-  const Rules apps = StyleSeeds::appStyleRules();
+  const Rules apps = with(StyleSeeds::appStyleRules(), own);
   const Rules hosts = StyleSeeds::hostStyleRules();
   struct Case {
     std::string file;
@@ -50,15 +54,15 @@ TEST(StyleSeedUpgradesTest, OfFilesFromEachVersion) {
   };
   const std::vector<Case> cases{
       {"version-1", apps, hosts},
-      // A rule that was added stays; one that was removed comes back with the table that names it anew.
-      {"version-2", with(apps, {{"org.gnome.gedit", "quick-note-v1"}}), hosts},
+      // A rule that was removed or changed comes back with the table that names it anew, the platform's too.
+      {"version-2", apps, hosts},
       {"version-3", apps, with(hosts, {{"forum.example.org", "forum-answer-v1"}})},
       {"version-4", with(apps, {{"com.apple.Notes", "markdown-note-v1"}}), without(hosts, "google.com")},
       {"version-4-emptied",
-       {{"com.tinyspeck.slackmacgap", "slack-message-v2"},
-        {"com.anthropic.claudefordesktop", "ai-prompt-v2"},
-        {"com.microsoft.VSCode", "code-comment-v2"},
-        {"com.apple.dt.Xcode", "code-comment-v2"}},
+       with(own, {{"com.tinyspeck.slackmacgap", "slack-message-v2"},
+                  {"com.anthropic.claudefordesktop", "ai-prompt-v2"},
+                  {"com.microsoft.VSCode", "code-comment-v2"},
+                  {"com.apple.dt.Xcode", "code-comment-v2"}}),
        {{"app.slack.com", "slack-message-v2"},
         {"chatgpt.com", "ai-prompt-v2"},
         {"chat.openai.com", "ai-prompt-v2"},
