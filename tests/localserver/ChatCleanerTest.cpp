@@ -68,7 +68,8 @@ TEST(ChatCleaner, HasAPromptOfItsOwnForEachStyleThatIsAsked) {
   std::set<std::string_view> prompts;
   for (const CleanupStyle& style : StyleCatalogue::styles()) {
     EXPECT_EQ(style.prompt.empty(), style.manner.verbatim) << style.id;
-    if (!style.prompt.empty()) EXPECT_TRUE(prompts.insert(style.prompt).second) << style.id;
+    if (style.prompt.empty()) continue;
+    EXPECT_TRUE(prompts.insert(style.prompt).second) << style.id;
   }
   ChatCleaner unreachable({.url = "http://127.0.0.1:1/", .model = "m", .key = std::nullopt});
   EXPECT_EQ(cleaned(unreachable, "terminal-command-v1", " ls dash l "), "ls dash l");

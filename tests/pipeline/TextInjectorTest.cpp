@@ -269,7 +269,9 @@ TEST(TextInjectorTest, ApplicationsBuiltOnChromiumAreOnlyPastedInto) {
       EXPECT_EQ(desk.field.sets, chromium ? 0 : time + 1);
       fs::remove_all(bundle);  // the disk is asked once for each application
     }
-    if (chromium) EXPECT_EQ(desk.logged("ax_insert_attempt", "stage"), "skipped_chromium");
+    if (chromium) {
+      EXPECT_EQ(desk.logged("ax_insert_attempt", "stage"), "skipped_chromium");
+    }
   }
   EXPECT_FALSE(TextInjector::isChromiumBundle("/nowhere/at/all.app"));
 }
