@@ -1,6 +1,7 @@
 #include "localserver/Accounts.h"
 
 #include <algorithm>
+#include <unicode/locid.h>
 #include <unicode/unistr.h>
 
 #include "localserver/ApiError.h"
@@ -20,7 +21,7 @@ constexpr std::size_t longestEmail = 254;
 std::string normalizedEmail(const std::string& email) {
   const std::string trimmedText = trimmed(email);
   std::string address;
-  icu::UnicodeString::fromUTF8(trimmedText).toLower().toUTF8String(address);
+  icu::UnicodeString::fromUTF8(trimmedText).toLower(icu::Locale::getRoot()).toUTF8String(address);
   const auto at = address.find('@');
   const bool oneAt = at != std::string::npos && address.find('@', at + 1) == std::string::npos;
   const bool clean = std::none_of(address.begin(), address.end(), [](unsigned char c) {

@@ -126,6 +126,10 @@ class Container {
   int track_ = -1;
 };
 
+// Samples a second of what people record with: telephones have 8,000, studios 192,000.
+constexpr int lowestRate = 4'000;
+constexpr int highestRate = 384'000;
+
 /// Brings frames of any layout and rate to `Pcm`.
 class Resampler {
  public:
@@ -146,6 +150,8 @@ class Resampler {
   }
 
   void begin(const AVFrame& frame) {
+    // A file may claim a rate at which a few bytes would last for hours, and take the memory for them.
+    if (frame.sample_rate < lowestRate || frame.sample_rate > highestRate) refuse();
     flush();
     rate_ = frame.sample_rate;
     format_ = frame.format;

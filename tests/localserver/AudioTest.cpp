@@ -54,6 +54,8 @@ TEST_F(AudioTest, WhatIsNoSoundIsRefused) {
   std::string noise(40'000, '\0');
   for (char& byte : noise) byte = static_cast<char>(random());
   const std::string mp4 = mp4File(tone(1));
+  std::string slow = wavFile(tone(1));
+  slow.replace(24, 4, std::string("\1\0\0\0", 4));
   const std::pair<const char*, std::string> files[] = {
       {"nothing", ""},
       {"one byte", "x"},
@@ -62,6 +64,7 @@ TEST_F(AudioTest, WhatIsNoSoundIsRefused) {
       {"the head of a recording", mp4.substr(0, 64)},
       {"a recording cut short", mp4.substr(0, mp4.size() / 2)},
       {"a sound file without sound", wavFile({})},
+      {"one sample a second", slow},
       {"a playlist", "#EXTM3U\n#EXTINF:1,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n"},
       {"a list of files", "ffconcat version 1.0\nfile /etc/passwd\n"},
       {"a session description", "v=0\no=- 0 0 IN IP4 127.0.0.1\nm=audio 9 RTP/AVP 0\n"},
