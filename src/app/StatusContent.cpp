@@ -44,8 +44,12 @@ StatusContent statusContent(const StatusInput& input, const Words& words) {
 
 std::string windowNotice(const AppState& state) {
   if (const auto& banner = state.banner.get()) return *banner;
-  if (const auto& account = state.account.get()) return fmt::format("Signed in as {}.", account->email);
-  if (state.screen.get() == AppState::Screen::loading) return "";
+  const auto& account = state.account.get();
+  const AppState::Screen screen = state.screen;
+  // A session that a reload found lost leaves the account where it stands.
+  if (account && screen != AppState::Screen::signedOut)
+    return fmt::format("Signed in as {}.", account->email);
+  if (screen == AppState::Screen::loading) return "";
   return "You are not signed in. In a terminal: pell register EMAIL, or pell sign-in EMAIL.";
 }
 

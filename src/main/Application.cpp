@@ -64,7 +64,7 @@ class Application {
         window_([this] { delegate_.permissions().requestAccessibility(); }),
         tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
                                 .cancel = [this] { delegate_.route(HotKeyMonitor::Event::cancel); },
-                                .open = [this] { window_.bringToFront(); },
+                                .open = [this] { openWindow(); },
                                 .quit = [this] { terminate("quit"); }}),
         control_([this](const ControlRequest& request, ControlServer::Answer answer) {
           control(request, std::move(answer));
@@ -104,10 +104,12 @@ class Application {
   int run(bool hidden) {
     delegate_.applicationDidFinishLaunching();
     refresh();
-    tasks_.spawn(delegate_.model().session().start());
     if (!hidden) {
-      window_.bringToFront();
-    } else if (!QSystemTrayIcon::isSystemTrayAvailable()) {
+      openWindow();
+      return QApplication::exec();
+    }
+    tasks_.spawn(delegate_.model().session().start());
+    if (!QSystemTrayIcon::isSystemTrayAvailable()) {
       // Hidden entirely, it could not be found again; in front, it would take the focus from whoever types.
       window_.showMinimized();
     }
@@ -128,6 +130,12 @@ class Application {
     window_.show(content);
   }
 
+  /// Each time its window opens, Pell looks anew who is signed in: at login there may have been no network.
+  void openWindow() {
+    if (!window_.isVisible()) tasks_.spawn(delegate_.model().session().start());
+    window_.bringToFront();
+  }
+
   void control(const ControlRequest& request, ControlServer::Answer answer) {
     if (changesSession(request)) {
       tasks_.spawn(answerSession(request, std::move(answer)));
@@ -136,7 +144,7 @@ class Application {
     } else if (request.command == "dictate") {
       answer(dictate(request.argument));
     } else if (request.command == "activate") {
-      window_.bringToFront();
+      openWindow();
       answer({.ok = true});
     } else {
       answer({.ok = false, .message = "This Pell does not know that command."});

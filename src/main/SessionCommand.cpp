@@ -78,6 +78,7 @@ bool changesSession(const ControlRequest& request) {
 }
 
 Task<ControlReply> changeSession(AppModel& model, ControlRequest request) {
+  model.banners().dismiss();  // it may say that a sign-in is wanted, and here it comes
   if (request.command == signOutWord) {
     co_await model.session().signOut();
     co_return ended();

@@ -30,15 +30,24 @@ constexpr int nodesShown = 80;
 
 using Elements = std::vector<AccessibilityElementRef>;
 
+/// The address up to its path: browsers leave characters behind it that no address may hold, and only the
+/// host is asked for.
+std::optional<Url> siteOf(std::string_view address) {
+  constexpr std::string_view beforeHost = "://";
+  const auto scheme = address.find(beforeHost);
+  if (scheme == std::string_view::npos) return Url::parse(address);
+  return Url::parse(address.substr(0, address.find_first_of("/?#", scheme + beforeHost.size())));
+}
+
 /// Whether the reading tells an address; a text that does not parse tells an absent one.
 bool readsAddress(const AccessibilityReading& reading, std::optional<Url>& address) {
   if (reading.error != AccessibilityError::success) return false;
   if (const auto* url = std::get_if<AccessibilityUrl>(&reading.value)) {
-    address = Url::parse(url->text);
+    address = siteOf(url->text);
     return true;
   }
   if (const auto* text = std::get_if<std::string>(&reading.value)) {
-    address = Url::parse(*text);
+    address = siteOf(*text);
     return true;
   }
   return false;

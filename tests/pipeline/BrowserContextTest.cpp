@@ -51,7 +51,7 @@ struct Browser {
   }
 };
 
-const AccessibilityUrl page{"https://www.Mail.example.com:8443/inbox?q=1"};
+const AccessibilityUrl page{"https://www.Mail.example.com:8443/inbox?q[]=a|b#/{c}#d"};
 
 TEST(BrowserContextTest, TheSiteIsFoundWithinTheLimits) {
   struct Case {
