@@ -128,9 +128,12 @@ void X11Pasteboard::Server::clear() {
   offers.reset();
   owner.release(XA_PRIMARY);
   clearPending = true;
-  loop.at(X11Loop::now() + toNanoseconds(clearDelay), [this, mine = ++clears] {
+  // What others copy from now on stays: neither the stamp reaches it nor, where its own is of an earlier key
+  // press, the question below.
+  loop.at(X11Loop::now() + toNanoseconds(clearDelay), [this, mine = ++clears, asked = owner.serverTime()] {
+    catchUp();
     if (!clearPending || mine != clears) return;
-    owner.clear(clipboard);
+    owner.clear(clipboard, asked);
     clearPending = false;
   });
 }

@@ -83,14 +83,14 @@ bool X11SelectionOwner::acquire(unsigned long selection,
   return true;
 }
 
-void X11SelectionOwner::clear(unsigned long selection) {
-  XSetSelectionOwner(connection_.display(), selection, None, serverTime());
+void X11SelectionOwner::clear(unsigned long selection, unsigned long time) {
+  XSetSelectionOwner(connection_.display(), selection, None, time);
   XFlush(connection_.display());
   owned_.erase(selection);
 }
 
 void X11SelectionOwner::release(unsigned long selection) {
-  if (owns(selection)) clear(selection);
+  if (owns(selection)) clear(selection, serverTime());
 }
 
 std::vector<unsigned long> X11SelectionOwner::targets(unsigned long selection) const {

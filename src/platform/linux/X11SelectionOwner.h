@@ -25,8 +25,8 @@ class X11SelectionOwner {
   /// Takes `selection` for this content; false when the server does not let us.
   bool acquire(unsigned long selection, std::shared_ptr<const std::vector<SelectionOffer>> content);
 
-  /// Leaves `selection` without an owner, whoever has it.
-  void clear(unsigned long selection);
+  /// Leaves `selection` without an owner, whoever has had it since before `time`, a stamp of the server.
+  void clear(unsigned long selection, unsigned long time);
 
   /// Gives up `selection` if it is ours.
   void release(unsigned long selection);
