@@ -66,7 +66,7 @@ TEST_P(Insertion, IsNotOfferedByAReadOnlyField) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Toolkits, Insertion, ::testing::Values(gtk, qt),
-                         [](const auto& info) { return info.index == 0 ? "Gtk" : "Qt"; });
+                         [](const auto& toolkit) { return toolkit.index == 0 ? "Gtk" : "Qt"; });
 
 TEST(AtspiFocus, FollowsTheActiveWindowAndForgetsWhatIsGone) {
   EditorWorld first("gtk_editor.py", "entry");

@@ -49,7 +49,7 @@ TEST_F(DesktopEntriesTest, FindsTheEntryOfAWindow) {
         Case{{.className = "Unknown", .program = "unknown"}, "", ""}}) {
     auto entry = entries_.find(window);
     EXPECT_EQ(entry ? entry->id : "", id) << window.className;
-    if (entry) EXPECT_EQ(entry->name, name);
+    EXPECT_EQ(entry ? entry->name : name, name);
   }
   EXPECT_TRUE(entries_.find({.className = "Shell"})->isTerminal);
   auto deleted = entries_.find({.className = "old"});
