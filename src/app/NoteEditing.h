@@ -1,21 +1,14 @@
 // The open note and its editor, as the application model sees them.
 #pragma once
 
-#include <cstddef>
 #include <optional>
 #include <string>
 #include <vector>
 
 #include "async/Time.h"
+#include "editor/TextRange.h"
 
 namespace pell {
-
-/// A stretch of a text, in UTF-16 code units.
-struct TextRange {
-  std::size_t location = 0;
-  std::size_t length = 0;
-  bool operator==(const TextRange&) const = default;
-};
 
 /// Main thread only. Nothing here fails; what goes wrong is told to the user where it happens.
 class NoteEditing {

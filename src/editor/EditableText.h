@@ -1,0 +1,82 @@
+// The text of an editor while it is worked on: the attributed text, the selection, the attributes of what
+// will be typed next, and what can be undone.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <string_view>
+
+#include "editor/AttributedText.h"
+
+namespace pell {
+
+/// A view owns one, shows it and brings the user's edits to it. Main thread only. Ranges are cut to the text.
+///
+/// An edit that stands between `shouldChangeText` and `didChangeText` is a step that can be undone; typing
+/// that goes on where it was joins the step before. An edit outside of such a pair joins the last step, so
+/// that undoing always meets the text that it knows; where there is none, it cannot be undone.
+///
+/// After each transaction every paragraph has the paragraph style of its first character.
+class EditableText {
+ public:
+  /// Asked and told about changes, as a platform's text view asks its delegate.
+  class Delegate {
+   public:
+    virtual ~Delegate() = default;
+    /// Asked before a change; `replacement` is absent when only attributes change. False: the change must not
+    /// be made, and perhaps has been made in another way already.
+    virtual bool shouldChangeText(TextRange range, std::optional<std::u16string_view> replacement) = 0;
+    virtual void textDidChange() = 0;
+    virtual void textViewDidChangeSelection() = 0;
+  };
+
+  /// A view that shows the text. Told after each change; it must not change the text from there.
+  class Mirror {
+   public:
+    virtual ~Mirror() = default;
+    /// What stood in `before` now stands in `after`, which begins at the same place; equal lengths may also
+    /// mean that only attributes changed.
+    virtual void textReplaced(TextRange before, TextRange after) = 0;
+    virtual void selectionMoved() = 0;
+  };
+
+  void setDelegate(Delegate* delegate);
+  void setMirror(Mirror* mirror);
+
+  const AttributedText& storage() const;
+
+  // Transactions. They nest; mirrors are told when the outermost ends.
+  void beginEditing();
+  void endEditing();
+  /// A new document: nothing can be undone any more.
+  void setAttributedString(AttributedText text);
+  /// The selection stays on its text: what stands behind the edit moves with it.
+  void replaceCharacters(TextRange range, const AttributedText& replacement);
+  void changeAttributes(TextRange range, const std::function<void(TextAttributes&)>& change);
+
+  TextRange selectedRange() const;
+  /// The attributes of what is typed next become those of the text before the selection, or at it if text is
+  /// selected or nothing stands before; an empty last paragraph keeps what it was left with.
+  void setSelectedRange(TextRange range);
+  const TextAttributes& typingAttributes() const;
+  void setTypingAttributes(TextAttributes attributes);
+
+  /// Asks the delegate, and on its yes opens a step.
+  bool shouldChangeText(TextRange range, std::optional<std::u16string_view> replacement);
+  /// Closes the step and tells the delegate.
+  void didChangeText();
+
+  // What a user does.
+  /// Types in the place of `range` with the typing attributes and puts the caret behind. False if it was
+  /// refused.
+  bool insertText(std::u16string_view text, TextRange range);
+  /// Pastes or drops: the same with attributes of its own.
+  bool insertText(const AttributedText& text, TextRange range);
+
+  bool canUndo() const;
+  bool canRedo() const;
+  void undo();
+  void redo();
+};
+
+}  // namespace pell
