@@ -115,7 +115,9 @@ void AppDelegate::join() {
   dictation_.insertIntoEditor = [this](const TranscriptionResult& result) {
     return model_.notes().insertTranscript(result);
   };
-  dictation_.onHistoryChanged = [this] { later([this] { model_.history().reload(); }); };
+  dictation_.onHistoryChanged = [this] {
+    historyReload_ = main_.postAfter(historyPause, [this] { model_.history().reload(); });
+  };
   dictation_.onMilestonesUnlocked = [this](const std::vector<std::string>& ids) {
     later([this, ids] {
       model_.usage().noteUnlocked(ids);

@@ -39,6 +39,9 @@ namespace pell {
 class AppDelegate {
  public:
   static constexpr Seconds pollInterval{0.1};
+  /// A dictation changes the history twice, when it is saved and when it is placed. The list is read once,
+  /// after both, and not while the text is under way.
+  static constexpr Seconds historyPause{0.05};
 
   /// Makes everything, opens the local store and joins the objects; nothing runs yet.
   explicit AppDelegate(const Platform& platform);
@@ -122,6 +125,7 @@ class AppDelegate {
   bool armFailureLogged_ = false;
   Observable<std::optional<bool>> lastAccessibilityState_;
   RepeatingTimer panelTimer_;
+  DelayedWork historyReload_;
   std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   TaskScope tasks_;
 };
