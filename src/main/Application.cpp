@@ -131,9 +131,10 @@ class Application {
   }
 
   /// Each time its window opens, Pell looks anew who is signed in: at login there may have been no network.
+  /// The question goes out first, and is answered while the window is being drawn.
   void openWindow() {
     if (!window_.isVisible()) tasks_.spawn(delegate_.model().session().start());
-    window_.bringToFront();
+    opening_ = platform_.main().postAfter(Seconds(0), [this] { window_.bringToFront(); });
   }
 
   void control(const ControlRequest& request, ControlServer::Answer answer) {
@@ -210,6 +211,7 @@ class Application {
   ShutdownWatch shutdown_;
   BusName busName_{identifier};
   TimeZoneWatch timeZone_;
+  DelayedWork opening_;
   TaskScope tasks_;
 };
 
