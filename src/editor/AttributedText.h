@@ -9,6 +9,7 @@
 #include <utility>
 #include <vector>
 
+#include "editor/GapBuffer.h"
 #include "editor/TextAttributes.h"
 #include "editor/TextRange.h"
 
@@ -50,19 +51,43 @@ class AttributedText {
   void forEachRun(TextRange range, const std::function<void(const Run&)>& visit) const;
   std::size_t runCount() const;
 
-  /// Puts `replacement` in the place of `range`. Says what length it has here, its line breaks counted once.
+  /// Attributes that many runs can share, so that they are held and compared once.
+  using SharedAttributes = std::shared_ptr<const TextAttributes>;
+
   void replace(TextRange range, const AttributedText& replacement);
   void append(const AttributedText& more) { replace({.location = length()}, more); }
   void append(std::u16string_view text, const TextAttributes& attributes);
+  /// `attributes` is not null.
+  void appendShared(std::u16string_view text, SharedAttributes attributes);
 
-  /// Lets `change` alter the attributes of each run of `range`.
-  void changeAttributes(TextRange range, const std::function<void(TextAttributes&)>& change);
+  /// Lets `change` alter the attributes of each run of `range`. Whether it altered any.
+  bool changeAttributes(TextRange range, const std::function<void(TextAttributes&)>& change);
 
   /// The paragraphs that `range` touches, from the first one's start past the last one's line break. Of an
   /// empty range it is the paragraph at that place; after a final line break that is the empty one.
   TextRange paragraphRange(TextRange range) const;
 
   friend bool operator==(const AttributedText& left, const AttributedText& right);
+
+ private:
+  struct Mark {
+    std::size_t start = 0;
+    SharedAttributes attributes;
+  };
+
+  std::size_t startOf(std::size_t run) const;
+  const SharedAttributes& sharedOf(std::size_t run) const;
+  std::size_t runIndex(std::size_t position) const;
+  void splitRuns(std::size_t position);
+  void dropRunsUpTo(std::size_t position);
+  void putRun(std::size_t start, SharedAttributes attributes);
+  void joinRuns();
+
+  GapBuffer text_;
+  // The runs before the last change, counted from the start of the text, and those behind it, the next one
+  // last, counted from its end: so a change of length between the two alters neither.
+  std::vector<Mark> before_;
+  std::vector<Mark> behind_;
 };
 
 }  // namespace pell
