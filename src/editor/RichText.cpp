@@ -4,8 +4,20 @@
 #include <iterator>
 #include <unicode/utf8.h>
 
+#include "editor/Face.h"
+#include "editor/Utf16.h"
+
 namespace pell {
 namespace {
+
+constexpr int lineHeight = 283;  // 1.18 times the font's own, which RTF counts in 240ths
+constexpr double bodySize = 15;
+
+Font inTextFamily(const Font& font) {
+  Font text = Face::nsText(font.size, font.weight);
+  text.italic = font.italic;
+  return text;
+}
 
 // The body style: 15 points in the ink of the light palette, lines 1.18 times their height (counted in
 // 240ths), 6 points between paragraphs (in twentieths).
@@ -46,6 +58,56 @@ void appendCharacter(std::string& rtf, UChar32 character) {
 }
 
 }  // namespace
+
+ParagraphStyle RichText::paragraphStyle(double indent, double spacing) {
+  return {.lineHeight = lineHeight, .spacing = spacing, .firstLineIndent = indent, .headIndent = indent};
+}
+
+ParagraphStyle RichText::listParagraphStyle(double spacing) {
+  ParagraphStyle style = paragraphStyle(listIndent, spacing);
+  style.firstLineIndent = listMarkerIndent;
+  style.tabStops = {listIndent};
+  style.defaultTabInterval = listIndent;
+  return style;
+}
+
+ParagraphStyle RichText::quoteParagraphStyle(double spacing) {
+  ParagraphStyle style = paragraphStyle(quoteIndent, spacing);
+  style.tailIndent = -quoteIndent;
+  return style;
+}
+
+bool RichText::isQuote(const std::optional<ParagraphStyle>& style) {
+  return style && style->headIndent > 0 && style->tailIndent != 0;
+}
+
+TextAttributes RichText::bodyAttributes() {
+  TextAttributes attributes;
+  attributes.font = Face::nsText(bodySize);
+  attributes.foreground = PaletteColour::ink;
+  attributes.paragraphStyle = paragraphStyle(0);
+  return attributes;
+}
+
+AttributedText RichText::bodyParagraph(std::string_view text) {
+  return AttributedText(utf16Of(text), bodyAttributes());
+}
+
+void RichText::remapToTextFamily(AttributedText& text) {
+  text.changeAttributes({.location = 0, .length = text.length()}, [](TextAttributes& attributes) {
+    if (attributes.font) attributes.font = inTextFamily(*attributes.font);
+  });
+}
+
+std::vector<TextRange> RichText::paragraphRanges(const AttributedText& text, TextRange range) {
+  std::vector<TextRange> paragraphs;
+  std::size_t at = range.location;
+  do {
+    paragraphs.push_back(text.paragraphRange({.location = at}));
+    at = paragraphs.back().end();
+  } while (at < range.end() && at < text.length());
+  return paragraphs;
+}
 
 std::string RichText::bodyParagraphRtf(std::string_view text) {
   std::string rtf(head);

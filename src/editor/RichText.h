@@ -1,14 +1,44 @@
+// What the text of a note may be.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
+
+#include "editor/AttributedText.h"
 
 namespace pell {
 
-/// Notes as they are stored: RTF, in the measures of the editor.
+/// Notes as they are stored, in RTF, and as they are edited, in the measures of the editor. Nothing stands
+/// beside the text: a list item is a paragraph that begins with a marker, a quote one with a style of a
+/// certain shape, a heading one with a large font. Lengths are points.
 struct RichText {
-  /// `text` (UTF-8) as plain paragraphs in the editor's body style.
+  static constexpr std::u16string_view bulletMarker = u"•\t";
+  static constexpr double listMarkerIndent = 11.0;  // where the marker of a list item stands
+  static constexpr double listIndent = 33.0;        // where its text stands, and its tab stop
+  static constexpr double quoteIndent = 22.0;       // on both sides
+  static constexpr double bodySpacing = 6.0;        // after a paragraph
+
+  static ParagraphStyle paragraphStyle(double indent, double spacing = bodySpacing);
+  static ParagraphStyle listParagraphStyle(double spacing = bodySpacing);
+  static ParagraphStyle quoteParagraphStyle(double spacing = bodySpacing);
+  /// Only a quote's style keeps away from the right edge.
+  static bool isQuote(const std::optional<ParagraphStyle>& style);
+
+  /// Of new plain text.
+  static TextAttributes bodyAttributes();
+  /// `text` (UTF-8) with them.
+  static AttributedText bodyParagraph(std::string_view text);
+  /// The same as it is stored.
   static std::string bodyParagraphRtf(std::string_view text);
+
+  /// Every font becomes the text family's at its size and weight, upright or italic as it was.
+  static void remapToTextFamily(AttributedText& text);
+
+  /// The paragraphs that `range` touches, each whole, at least one. The one at whose start a range ends is
+  /// not touched by it; an empty range touches the one around it.
+  static std::vector<TextRange> paragraphRanges(const AttributedText& text, TextRange range);
 };
 
 }  // namespace pell

@@ -1,0 +1,83 @@
+#include <gtest/gtest.h>
+
+#include "editor/BlockStyle.h"
+#include "editor/Face.h"
+#include "editor/RichText.h"
+#include "editor/Utf16.h"
+
+namespace pell {
+namespace {
+
+TEST(RichText, ParagraphsOfASelection) {
+  struct Case {
+    const char* text;
+    TextRange range;
+    std::vector<TextRange> paragraphs;
+  };
+  const std::vector<Case> cases{
+      {"", {}, {{0, 0}}},
+      {"one", {.location = 3}, {{0, 3}}},
+      {"one\n", {.location = 4}, {{4, 0}}},
+      {"one\n", {.location = 0, .length = 4}, {{0, 4}}},
+      {"one\ntwo\nthree\n", {.location = 1, .length = 8}, {{0, 4}, {4, 4}, {8, 6}}},
+      {"one\ntwo\n", {.location = 0, .length = 4}, {{0, 4}}},
+      {"one\ntwo", {.location = 0, .length = 5}, {{0, 4}, {4, 3}}},
+      {"one\ntwo", {.location = 4}, {{4, 3}}},
+      {"\n\n", {.location = 0, .length = 2}, {{0, 1}, {1, 1}}},
+      {"\n\n", {.location = 1}, {{1, 1}}},
+  };
+  for (const Case& one : cases) {
+    EXPECT_EQ(RichText::paragraphRanges(RichText::bodyParagraph(one.text), one.range), one.paragraphs)
+        << one.text << one.range.location << "+" << one.range.length;
+  }
+}
+
+TEST(RichText, TellsAQuoteByItsShape) {
+  EXPECT_FALSE(RichText::isQuote(std::nullopt));
+  EXPECT_FALSE(RichText::isQuote(RichText::paragraphStyle(22)));
+  EXPECT_FALSE(RichText::isQuote(RichText::listParagraphStyle()));
+  EXPECT_TRUE(RichText::isQuote(RichText::quoteParagraphStyle(0)));
+}
+
+TEST(RichText, BringsForeignFontsIntoTheTextFamily) {
+  struct Case {
+    std::optional<Font> before;
+    std::optional<Font> after;
+    BlockStyle style;
+  };
+  const auto text = [](double size, int weight, bool italic) {
+    return Font{.family = "IBM Plex Sans", .size = size, .weight = weight, .italic = italic};
+  };
+  const std::vector<Case> cases{
+      {Font{.family = "Helvetica", .size = 12}, text(12, 400, false), BlockStyle::body},
+      {Font{.family = "Times", .size = 22, .weight = 700}, text(22, 700, false), BlockStyle::title},
+      {Font{.family = "Times", .size = 15, .italic = true}, text(15, 400, true), BlockStyle::body},
+      {Font{.family = "", .size = 9, .weight = 600, .italic = true}, text(9, 600, true),
+       BlockStyle::subheading},
+      {std::nullopt, std::nullopt, BlockStyle::body},
+      {text(19.9, 400, false), text(19.9, 400, false), BlockStyle::heading},
+      {text(20, 400, false), text(20, 400, false), BlockStyle::title},
+      {text(16.4, 400, false), text(16.4, 400, false), BlockStyle::body},
+      {text(16.5, 700, false), text(16.5, 700, false), BlockStyle::heading},
+  };
+  AttributedText note;
+  std::string place;
+  for (const Case& one : cases) {
+    TextAttributes attributes;
+    attributes.font = one.before;
+    attributes.link = place += "x";
+    note.append(u"x", attributes);
+  }
+  RichText::remapToTextFamily(note);
+  for (std::size_t at = 0; at < cases.size(); ++at) {
+    EXPECT_EQ(note.attributesAt(at).font, cases[at].after) << at;
+    EXPECT_EQ(blockStyleOf(cases[at].after.value_or(Font())), cases[at].style) << at;
+  }
+  AttributedText none;
+  RichText::remapToTextFamily(none);
+  EXPECT_TRUE(none.isEmpty());
+  for (const BlockStyle style : allBlockStyles) EXPECT_EQ(blockStyleOf(font(style)), style);
+}
+
+}  // namespace
+}  // namespace pell
