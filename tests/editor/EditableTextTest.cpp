@@ -1,0 +1,267 @@
+#include <gtest/gtest.h>
+#include <random>
+
+#include "editor/EditableText.h"
+#include "editor/RichText.h"
+#include "editor/Utf16.h"
+#include "support/MemoryTextView.h"
+
+namespace pell {
+namespace {
+
+using testing::MemoryTextView;
+
+TextAttributes with(int weight, double indent = 0) {
+  TextAttributes attributes = RichText::bodyAttributes();
+  attributes.font->weight = weight;
+  attributes.paragraphStyle = RichText::paragraphStyle(indent);
+  return attributes;
+}
+
+/// A view, and a user who does anything.
+class RandomUser {
+ public:
+  explicit RandomUser(unsigned seed) : random_(seed) {
+    document().setAttributedString(piece());
+    states.push_back(document().storage());
+  }
+
+  void act() {
+    switch (below(9)) {
+      case 0:
+        return view.select(range());
+      case 1:
+        return view.pressReturn();
+      case 2:
+        return view.backspace();
+      case 3:
+        return view.paste(piece());
+      case 4:
+        return view.drop(u"dropped\n", below(length() + 1));
+      case 5:
+        return document().setTypingAttributes(with(400 + 300 * static_cast<int>(below(2))));
+      case 6: {
+        const TextRange where = range();
+        if (!document().shouldChangeText(where, std::nullopt)) return;
+        document().beginEditing();
+        const double indent = static_cast<double>(below(3)) * 11;
+        document().changeAttributes(document().storage().paragraphRange(where), [&](auto& old) {
+          old.paragraphStyle = RichText::paragraphStyle(indent);
+        });
+        document().replaceCharacters({.location = where.location}, AttributedText(u"•\t", with(400)));
+        document().endEditing();
+        return document().didChangeText();
+      }
+      case 7:  // an edit that is no step
+        if (document().canUndo()) document().replaceCharacters(range(), piece());
+        return;
+      default:
+        return view.type(u"ab");
+    }
+  }
+
+  void check() {
+    const AttributedText& text = document().storage();
+    ASSERT_TRUE(view.shown() == text);
+    ASSERT_EQ(view.shownSelection(), document().selectedRange());
+    ASSERT_LE(document().selectedRange().end(), text.length());
+    for (const TextRange paragraph :
+         RichText::paragraphRanges(text, {.location = 0, .length = text.length()})) {
+      text.forEachRun(paragraph, [&](const AttributedText::Run& run) {
+        ASSERT_EQ(run.attributes.paragraphStyle, text.attributesAt(paragraph.location).paragraphStyle);
+      });
+    }
+  }
+
+  EditableText& document() { return view.document(); }
+
+  MemoryTextView view;
+  std::vector<AttributedText> states;
+
+ private:
+  std::size_t length() { return document().storage().length(); }
+  std::size_t below(std::size_t limit) { return random_() % limit; }
+  TextRange range() {
+    const std::size_t location = below(length() + 1);
+    return {.location = location, .length = below(std::min<std::size_t>(length() - location, 12) + 1)};
+  }
+  AttributedText piece() {
+    AttributedText piece;
+    for (std::size_t runs = below(4); runs > 0; --runs) {
+      piece.append(below(2) == 0 ? u"x\ny" : u"word",
+                   with(400 + 300 * static_cast<int>(below(2)), static_cast<double>(below(2)) * 22));
+    }
+    return piece;
+  }
+
+  std::mt19937 random_;
+};
+
+TEST(EditableText, UndoesThroughStatesThatWereAndRedoesToTheLast) {
+  for (unsigned seed = 0; seed < 30; ++seed) {
+    SCOPED_TRACE(seed);
+    RandomUser user(seed);
+    for (int turn = 0; turn < 80; ++turn) {
+      user.act();
+      ASSERT_NO_FATAL_FAILURE(user.check()) << turn;
+      user.states.push_back(user.document().storage());
+    }
+    std::vector<AttributedText> undone;
+    auto state = user.states.rbegin();
+    while (user.document().canUndo()) {
+      undone.push_back(user.document().storage());
+      user.document().undo();
+      ASSERT_NO_FATAL_FAILURE(user.check());
+      state = std::find(state, user.states.rend(), user.document().storage());
+      ASSERT_NE(state, user.states.rend()) << "a state that never was";
+    }
+    EXPECT_TRUE(user.document().storage() == user.states.front());
+    for (auto later = undone.rbegin(); later != undone.rend(); ++later) {
+      ASSERT_TRUE(user.document().canRedo());
+      user.document().redo();
+      ASSERT_NO_FATAL_FAILURE(user.check());
+      ASSERT_TRUE(user.document().storage() == *later);
+    }
+    EXPECT_FALSE(user.document().canRedo());
+  }
+}
+
+TEST(EditableText, JoinsWhatWasTypedInOneGo) {
+  using Act = std::function<void(MemoryTextView&)>;
+  struct Case {
+    const char* name;
+    std::vector<Act> acts;
+    std::vector<const char*> undone;
+  };
+  const Act word = [](auto& view) { view.type(u"word"); };
+  const Act line = [](auto& view) { view.pressReturn(); };
+  const Act back = [](auto& view) { view.backspace(); };
+  const Act away = [](auto& view) { view.select({.location = 1}); };
+  const Act home = [](auto& view) { view.select({.location = 2}); };
+  const Act same = [](auto& view) { view.select(view.document().selectedRange()); };
+  const Act direct = [](auto& view) {
+    view.document().replaceCharacters(view.document().selectedRange(), AttributedText(u"-", with(400)));
+  };
+  const Act empty = [](auto& view) {
+    EXPECT_TRUE(view.document().shouldChangeText({}, std::nullopt));
+    view.document().didChangeText();
+  };
+  const std::vector<Case> cases{
+      {"a word", {word, same, word}, {"ab"}},
+      {"a new line begins a step", {word, line, word, line}, {"abword\nword", "abword", "ab"}},
+      {"typing, deleting, typing", {word, back, back, word}, {"abwo", "abword", "ab"}},
+      {"elsewhere and back", {word, away, home, word}, {"abword", "ab"}},
+      {"an edit that is no step belongs to the last", {word, direct, word}, {"abword-", "ab"}},
+      {"an edit that is no step, where none is before", {direct, word}, {"ab-"}},
+      {"a step without a change", {word, empty}, {"ab"}},
+  };
+  for (const Case& one : cases) {
+    MemoryTextView view;
+    view.document().setAttributedString(RichText::bodyParagraph("ab"));
+    view.select({.location = 2});
+    for (const Act& act : one.acts) act(view);
+    for (const char* text : one.undone) {
+      view.document().undo();
+      EXPECT_EQ(view.document().storage().utf8(), text) << one.name;
+    }
+    EXPECT_FALSE(view.document().canUndo()) << one.name;
+  }
+}
+
+TEST(EditableText, TypesOnAsTheTextBeforeIs) {
+  AttributedText note(u"bold", with(700));
+  note.append(u" plain\n", with(400));
+  note.append(u"in\n", with(700, 22));
+  note.append(u"\n", with(400, 11));
+  struct Case {
+    const char* name;
+    TextRange selection;
+    TextAttributes typing;
+  };
+  const std::vector<Case> cases{
+      {"behind a run", {.location = 4}, with(700)},
+      {"behind the next character", {.location = 5}, with(400)},
+      {"a selection", {.location = 4, .length = 9}, with(400)},
+      {"the start of the text", {}, with(700)},
+      {"the start of a paragraph", {.location = 11}, with(700, 22)},
+      {"an empty paragraph", {.location = 14}, with(400, 11)},
+      {"the empty last paragraph", {.location = 15}, with(400, 11)},
+  };
+  for (const Case& one : cases) {
+    EditableText text;
+    text.setAttributedString(note);
+    text.setSelectedRange({.location = 1});
+    text.setSelectedRange(one.selection);
+    EXPECT_TRUE(text.typingAttributes() == one.typing) << one.name;
+  }
+
+  EditableText text;
+  text.setAttributedString(note);
+  text.setSelectedRange({.location = 15});
+  text.setTypingAttributes(with(700, 33));
+  text.setSelectedRange({.location = 4});
+  text.setSelectedRange({.location = 15});
+  EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "the last paragraph was left so";
+  text.insertText(u"x", {.location = 15});
+  text.insertText(u"", {.location = 15, .length = 1});
+  EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "and keeps it when it is emptied";
+  text.setSelectedRange({.location = 2});
+  text.setTypingAttributes(with(400));
+  text.insertText(u"x\n", {.location = 2});
+  EXPECT_TRUE(text.typingAttributes() == with(400)) << "what was asked for goes on over a line break";
+}
+
+TEST(EditableText, KeepsTheSelectionOnItsText) {
+  struct Case {
+    TextRange selection;
+    TextRange range;  // becomes "xyz"
+    TextRange after;
+  };
+  const std::vector<Case> cases{
+      {{.location = 5}, {.location = 2, .length = 1}, {.location = 7}},
+      {{.location = 5}, {.location = 5}, {.location = 8}},
+      {{.location = 5}, {.location = 6, .length = 2}, {.location = 5}},
+      {{.location = 5}, {.location = 4, .length = 3}, {.location = 7}},
+      {{.location = 4, .length = 3}, {.location = 4}, {.location = 7, .length = 3}},
+      {{.location = 4, .length = 3}, {.location = 7}, {.location = 4, .length = 3}},
+      {{.location = 4, .length = 3}, {.location = 5, .length = 1}, {.location = 4, .length = 5}},
+      {{.location = 4, .length = 3}, {.location = 2, .length = 3}, {.location = 5, .length = 2}},
+      {{.location = 4, .length = 3}, {.location = 6, .length = 3}, {.location = 4, .length = 2}},
+      {{.location = 4, .length = 3}, {.location = 3, .length = 6}, {.location = 6, .length = 0}},
+  };
+  for (const Case& one : cases) {
+    EditableText text;
+    text.setAttributedString(RichText::bodyParagraph("0123456789"));
+    text.setSelectedRange(one.selection);
+    text.replaceCharacters(one.range, AttributedText(u"xyz"));
+    EXPECT_EQ(text.selectedRange(), one.after) << one.range.location << "+" << one.range.length << " of "
+                                               << one.selection.location << "+" << one.selection.length;
+  }
+}
+
+TEST(UndoHistory, ForgetsTheOldestStepsBeyondItsMemory) {
+  UndoHistory history(4000);
+  AttributedText text(std::u16string(1000, u'a'));
+  for (int step = 0; step < 20; ++step) {
+    history.openStep({});
+    history.willReplace(text, {.location = 0, .length = 500}, 0);
+    text.replace({.location = 0, .length = 500}, {});
+    history.closeStep();
+    text.append(std::u16string(500, static_cast<char16_t>(u'b' + step)), {});
+  }
+  int undone = 0;
+  for (; history.canUndo(); ++undone) {
+    const UndoHistory::Step step = history.undo(text, {});
+    text.replace(step.span.rangeAfter(), step.old);
+  }
+  EXPECT_GE(undone, 1);
+  EXPECT_LE(undone, 3);
+
+  history.clear();
+  history.openStep({});
+  history.willReplace(text, {.location = 0, .length = text.length()}, 0);
+  EXPECT_TRUE(history.canUndo()) << "the newest stays, however large";
+}
+
+}  // namespace
+}  // namespace pell
