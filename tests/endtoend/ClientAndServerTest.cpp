@@ -4,6 +4,7 @@
 #include <thread>
 
 #include "Installation.h"
+#include "app/VersionGate.h"
 #include "localserver/Commands.h"
 #include "localserver/ServerFixture.h"
 #include "localserver/SoundFile.h"
@@ -159,13 +160,18 @@ TEST_F(RemoteConfigTest, OnlyANewerDocumentOfTheRightKeyMovesTheGate) {
   const std::string publicKey = newKey("right");
   newKey("wrong");
   Installation pell(directory_.path(), server_->url(), publicKey);
-  const auto minimum = [&pell] {
+  testing::MemoryLog lines;
+  const Log log(lines);
+  auto gate = std::make_unique<VersionGate>("1.5", log);
+  // The oldest version that may run, and whether that stops this one.
+  const auto noticed = [&]() -> std::string {
     const auto held = pell.await(pell.remoteConfig().current());
-    return held ? held->minimumSupportedVersion : "none";
+    gate->notice(held);
+    return (held ? held->minimumSupportedVersion : "none") + (gate->updateRequired().get() ? " stops" : "");
   };
   const auto refreshed = [&] {
     pell.await(pell.remoteConfig().refresh());
-    return minimum();
+    return noticed();
   };
   EXPECT_EQ(refreshed(), "none") << "nothing is published";
   publish("1.5", "right");
@@ -185,7 +191,7 @@ TEST_F(RemoteConfigTest, OnlyANewerDocumentOfTheRightKeyMovesTheGate) {
       {"no envelope", 60, "right", [](std::string& text) { text = "{}"; }, "1.5"},
       {"too large", 60, "right",
        [](std::string& text) { text.insert(1, "\"x\":\"" + std::string(100'000, 'x') + "\","); }, "1.5"},
-      {"newer", 60, "right", [](std::string&) {}, "9.9"},
+      {"newer", 60, "right", [](std::string&) {}, "9.9 stops"},
   };
   const auto published = now_.load();
   for (const auto& [name, later, key, change, expected] : rows) {
@@ -197,9 +203,10 @@ TEST_F(RemoteConfigTest, OnlyANewerDocumentOfTheRightKeyMovesTheGate) {
 
   server_.reset();
   pell.restart();
+  gate = std::make_unique<VersionGate>("1.5", log);
   EXPECT_EQ(refreshed(), "none");
   pell.await(pell.remoteConfig().loadCached());
-  EXPECT_EQ(minimum(), "9.9") << "what was trusted once still is with the server down";
+  EXPECT_EQ(noticed(), "9.9 stops") << "what was trusted once still is with the server down";
 }
 
 }  // namespace
