@@ -16,6 +16,10 @@ constexpr std::size_t longestEmail = 254;
   throw Refusal({status, code, std::move(message)});
 }
 
+[[noreturn]] void refuseCredentials() {
+  refuse(401, "INVALID_CREDENTIALS", "The email address or the password is wrong.");
+}
+
 }  // namespace
 
 std::string normalizedEmail(const std::string& email) {
@@ -61,12 +65,30 @@ SignedIn Accounts::registerAccount(const std::string& email, const std::string& 
 }
 
 SignedIn Accounts::signIn(const std::string& email, const std::string& password) {
-  const auto user = setup_.storage.userByEmail(normalizedEmail(email));
+  const std::string address = normalizedEmail(email);
+  // Addresses that nobody has are counted alike, so that this tells nothing of who has an account.
+  if (!address.empty() && !guesses_.allow(address, AttemptLimit::Clock::now())) {
+    refuse(429, "TOO_MANY_ATTEMPTS", "Too many attempts to sign in with this address. Try again in a while.");
+  }
+  const auto user = setup_.storage.userByEmail(address);
   const auto hash = user ? std::optional(user->passwordHash) : std::nullopt;
   const bool tooLong = password.size() > longestPassword;
   const bool matches = setup_.passwords.verify(hash, tooLong ? std::string() : password);
-  if (!matches || tooLong) refuse(401, "INVALID_CREDENTIALS", "The email address or the password is wrong.");
-  return {.tokens = setup_.sessions.open(user->id), .user = *user};
+  if (!matches || tooLong) refuseCredentials();
+  guesses_.giveBack(address);
+  return openFor(*user);
+}
+
+/// Looking at a password takes a while, in which another may have been set or the account deleted. All
+/// sign-ins ended then, and this one must not outlive them.
+SignedIn Accounts::openFor(const UserRecord& proven) {
+  SignedIn signedIn;
+  setup_.storage.atomically([&] {
+    const auto user = setup_.storage.userById(proven.id);
+    if (!user || user->passwordHash != proven.passwordHash) refuseCredentials();
+    signedIn = {.tokens = setup_.sessions.open(user->id), .user = *user};
+  });
+  return signedIn;
 }
 
 SignedIn Accounts::refresh(const std::string& refreshToken) {

@@ -2,6 +2,7 @@
 
 #include <string>
 
+#include "localserver/AttemptLimit.h"
 #include "localserver/MailedLinks.h"
 #include "localserver/Secrets.h"
 #include "localserver/Sessions.h"
@@ -28,6 +29,10 @@ class Accounts {
  public:
   static constexpr std::int64_t shortestPassword = 10;
   static constexpr std::size_t longestPassword = 1024;
+  /// Wrong passwords for one account in `guessPeriod`, from wherever they come. While they are used up the
+  /// right one is not taken either.
+  static constexpr int guesses = 20;
+  static constexpr std::chrono::minutes guessPeriod{15};
 
   struct Setup {
     Storage& storage;
@@ -51,7 +56,10 @@ class Accounts {
   void remove(const Caller& caller);
 
  private:
+  SignedIn openFor(const UserRecord& proven);
+
   const Setup setup_;
+  AttemptLimit guesses_{guesses, guessPeriod};
 };
 
 /// Throws Refusal "WEAK_PASSWORD".

@@ -13,7 +13,7 @@ struct ApiError {
   int status = 500;
   std::string code;
   std::string message;
-  /// With status 429: when to come back.
+  /// With status 429 or 503: when to come back.
   std::chrono::seconds retryAfter{60};
 
   friend bool operator==(const ApiError&, const ApiError&) = default;

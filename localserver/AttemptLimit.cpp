@@ -26,6 +26,12 @@ bool AttemptLimit::allow(const std::string& key, Clock::time_point now) {
   return true;
 }
 
+void AttemptLimit::giveBack(const std::string& key) {
+  const std::lock_guard lock(mutex_);
+  const auto found = buckets_.find(key);
+  if (found != buckets_.end()) found->second.left += 1;
+}
+
 std::string attemptKey(const std::string& address) {
   in6_addr bytes{};
   if (inet_pton(AF_INET6, address.c_str(), &bytes) != 1 || IN6_IS_ADDR_V4MAPPED(&bytes)) return address;

@@ -18,6 +18,8 @@ class AttemptLimit {
 
   /// Whether one more attempt is allowed now; it is counted if so.
   bool allow(const std::string& key, Clock::time_point now);
+  /// Takes back that one was counted.
+  void giveBack(const std::string& key);
 
  private:
   struct Bucket {

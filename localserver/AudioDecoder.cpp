@@ -22,6 +22,11 @@ constexpr std::size_t sampleLimit =
     static_cast<std::size_t>(std::chrono::seconds(longestAudio).count()) * speechRate;
 // Playlists and other formats that name further files are kept out.
 constexpr const char* formats = "mov,mp4,m4a,3gp,3g2,mj2,mp3,aac,wav,ogg,matroska,webm,flac";
+// What recorders put into these. Containers could ask for hundreds of other decoders, pictures' among them,
+// that few people look at and that strangers' bytes must not reach.
+constexpr const char* codecs =
+    "aac,alac,flac,mp3,mp3float,opus,vorbis,pcm_u8,pcm_s16le,pcm_s16be,pcm_s24le,pcm_s32le,pcm_f32le,"
+    "pcm_f64le,pcm_alaw,pcm_mulaw";
 
 struct CloseInput {
   void operator()(AVFormatContext* context) const { avformat_close_input(&context); }
@@ -99,6 +104,7 @@ class Container {
     context->pb = io_.get();
     context->io_open = &refuseToOpen;
     context->format_whitelist = present(av_strdup(formats));
+    context->codec_whitelist = present(av_strdup(codecs));
     context->flags |= AVFMT_FLAG_CUSTOM_IO;
     // On failure the library frees the context.
     if (avformat_open_input(&context, nullptr, nullptr, nullptr) < 0) refuse();
@@ -189,6 +195,7 @@ class TrackDecoder {
     const AVCodec* codec = avcodec_find_decoder(track.codecpar->codec_id);
     if (!codec) refuse();
     codec_.reset(present(avcodec_alloc_context3(codec)));
+    codec_->codec_whitelist = present(av_strdup(codecs));
     codec_->thread_count = 1;
     if (avcodec_parameters_to_context(codec_.get(), track.codecpar) < 0) refuse();
     codec_->pkt_timebase = track.time_base;

@@ -1,5 +1,6 @@
 #include "localserver/Commands.h"
 
+#include <algorithm>
 #include <array>
 #include <fmt/format.h>
 #include <fstream>
@@ -7,6 +8,7 @@
 
 #include "localserver/Accounts.h"
 #include "localserver/DataFiles.h"
+#include "localserver/Plans.h"
 #include "localserver/PrivateFile.h"
 #include "localserver/SignedConfig.h"
 #include "localserver/SqliteStorage.h"
@@ -41,7 +43,7 @@ std::string signDocument(Names rest, const Environment& environment, std::int64_
   const std::string text{std::istreambuf_iterator<char>(stream), {}};
   const auto file = signedConfigFile(dataDirectory(arguments, environment));
   const std::string envelope = signConfig(text, *arguments.option("--key"), now);
-  std::filesystem::create_directories(file.parent_path());
+  makePrivateFolder(file.parent_path());
   writePrivateFile(file, envelope);
   // It is no secret, and the server may run as another user than the one who signs.
   std::filesystem::permissions(file, std::filesystem::perms(0644));
@@ -58,6 +60,14 @@ std::string setPlan(Names rest, const Environment& environment) {
   SqliteStorage storage(file);
   const std::string& email = arguments.others[0];
   const std::string& plan = arguments.others[1];
+  const auto plans = publishedPlans(plansFile(directory));
+  if (plans.empty()) {
+    throw StorageFailure("No server has told its plans here yet: start it once with its options.");
+  }
+  if (std::find(plans.begin(), plans.end(), plan) == plans.end()) {
+    throw StorageFailure(
+        fmt::format("The server has no plan \"{}\"; it knows {}.", plan, fmt::join(plans, ", ")));
+  }
   storage.atomically([&] {
     auto user = storage.userByEmail(normalizedEmail(email));
     if (!user) throw StorageFailure(fmt::format("Nobody has an account with the address {}.", email));

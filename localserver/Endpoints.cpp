@@ -62,7 +62,7 @@ std::vector<Route> signInRoutes(const EndpointServices& services) {
   return {
       {"POST", "/api/v1/auth/register",               attempt,  json, Effort::password, signUp},
       {"POST", "/api/v1/auth/login",                  attempt,  json, Effort::password, signIn},
-      {"POST", "/api/v1/auth/refresh",                open,     json, Effort::quick,    refresh},
+      {"POST", "/api/v1/auth/refresh",                attempt,  json, Effort::quick,    refresh},
       {"POST", "/api/v1/auth/logout",                 signedIn, none, Effort::quick,    signOut},
       {"POST", "/api/v1/auth/password/reset-request", attempt,  json, Effort::quick,    requestReset},
   };
@@ -125,11 +125,14 @@ std::vector<Route> serviceRoutes(const EndpointServices& services) {
                                      .cleaner = services.cleaner,
                                      .log = services.log});
   const auto transcribe = asJson([endpoint](const Call& call) { return endpoint.answer(call); });
+  const auto precheck = [endpoint](const RequestHead& head, const Caller& caller) {
+    endpoint.admit(head, caller);
+  };
   const auto styles = asJson([](const Call&) { return StyleCatalogue::reply(); });
   const auto config = asJson([file = services.signedConfig](const Call&) { return readSignedConfig(file); });
   // clang-format off
   return {
-      {"POST", "/api/v1/transcribe",     Access::signedIn, BodyKind::audio, Effort::lengthy, transcribe},
+      {"POST", "/api/v1/transcribe",     Access::signedIn, BodyKind::audio, Effort::lengthy, transcribe, precheck},
       {"GET",  "/api/v1/cleanup-styles", Access::signedIn, BodyKind::none,  Effort::quick,   styles},
       {"GET",  "/api/v1/app-config",     Access::open,     BodyKind::none,  Effort::quick,   config},
   };

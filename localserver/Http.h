@@ -29,6 +29,8 @@ struct RequestHead {
   std::string bearerToken;
   /// Numeric address of the client, without the port.
   std::string clientAddress;
+  /// When all of the above was here.
+  std::chrono::steady_clock::time_point arrived;
 };
 
 /// A request that is wholly here.
@@ -63,7 +65,7 @@ struct Admission {
   /// Bytes of body that are accepted.
   std::size_t bodyLimit = 0;
   Effort effort = Effort::quick;
-  /// Called once on a worker thread when the body is here. It must not throw.
+  /// Called once on a worker thread when the body is here, and let go of right afterwards. It must not throw.
   std::function<HttpReply(const HttpRequest&)> work;
 };
 
@@ -72,7 +74,8 @@ class HttpApplication {
  public:
   virtual ~HttpApplication() = default;
 
-  /// Decides about a request on the event loop, so it must be quick and must not throw.
+  /// Decides about a request before its body is read. On one of the threads for quick work; it must not
+  /// throw.
   virtual Admission admit(const RequestHead& head) = 0;
 };
 
@@ -86,8 +89,18 @@ struct RequestSummary {
   std::chrono::milliseconds took{0};
 };
 
+/// The headers that go with the status of an error.
+inline void addAdvice(const ApiError& error, HttpReply& reply) {
+  if (error.status == 401) reply.headers.emplace_back("WWW-Authenticate", "Bearer");
+  if (error.status == 429 || error.status == 503) {
+    reply.headers.emplace_back("Retry-After", std::to_string(error.retryAfter.count()));
+  }
+}
+
 inline HttpReply errorReply(const ApiError& error, const std::string& requestId) {
-  return {.status = error.status, .body = errorBody(error, requestId), .headers = {}};
+  HttpReply reply{.status = error.status, .body = errorBody(error, requestId), .headers = {}};
+  addAdvice(error, reply);
+  return reply;
 }
 
 }  // namespace pell::localserver

@@ -15,6 +15,7 @@ using Steady = std::chrono::steady_clock;
 // Bodies of undeclared length are read on past the limit, so that the client sees why; beyond this it is cut
 // off.
 constexpr std::size_t discardLimit = 64u << 20;
+constexpr std::size_t smallBody = 64u << 10;
 
 HttpReply tooLarge(const RequestHead& head, std::size_t limit) {
   const std::string megabytes =
@@ -27,7 +28,11 @@ HttpReply ending(const RequestHead& head) {
 }
 
 HttpReply busy(const RequestHead& head) {
-  return errorReply({503, "BUSY", "The server is busy. Try again in a moment."}, head.id);
+  return errorReply({.status = 503,
+                     .code = "BUSY",
+                     .message = "The server is busy. Try again in a moment.",
+                     .retryAfter = std::chrono::seconds(5)},
+                    head.id);
 }
 
 }  // namespace
@@ -35,12 +40,30 @@ HttpReply busy(const RequestHead& head) {
 /// One request on its way through. The first group belongs to the event loop, and to the worker while
 /// the connection is suspended; the second is guarded by `mutex`.
 struct HttpServer::Exchange {
+  enum class Stage { admission, body, work };
+
+  explicit Exchange(std::atomic<std::size_t>& all) : bodyBytes(all) {}
+  ~Exchange() { letGo(); }
+  Exchange(const Exchange&) = delete;
+  Exchange& operator=(const Exchange&) = delete;
+
+  void append(std::string_view piece) {
+    request.body.append(piece);
+    bodyBytes += piece.size();
+  }
+  /// What the work needed and the reply does not.
+  void letGo() {
+    admission.work = nullptr;
+    bodyBytes -= request.body.size();
+    std::string().swap(request.body);
+  }
+
+  std::atomic<std::size_t>& bodyBytes;
   MHD_Connection* connection = nullptr;
+  Stage stage = Stage::admission;
   HttpRequest request;
   Admission admission;
   std::size_t received = 0;
-  bool posted = false;
-  Steady::time_point started = Steady::now();
   std::stop_source stop;
   int status = 0;
 
@@ -64,6 +87,7 @@ struct HttpServer::Callbacks {
     try {
       if (!*slot) return begin(server, connection, path, method, slot);
       const ExchangePtr& exchange = *static_cast<ExchangePtr*>(*slot);
+      if (exchange->stage == Exchange::Stage::admission) return goOn(server, *exchange);
       if (*size == 0) return proceed(server, exchange);
       const std::string_view piece(data, *size);
       *size = 0;
@@ -76,55 +100,76 @@ struct HttpServer::Callbacks {
   static MHD_Result begin(HttpServer& server, MHD_Connection* connection, const char* path,
                           const char* method, void** slot) {
     server.deadlines_.forget(socketOf(connection));
-    auto owned = std::make_unique<ExchangePtr>(std::make_shared<Exchange>());
-    Exchange& exchange = **owned;
+    auto owned = std::make_unique<ExchangePtr>(std::make_shared<Exchange>(server.bodyBytes_));
+    const ExchangePtr exchange = *owned;
     *slot = owned.release();
-    exchange.connection = connection;
-    exchange.request.head = readHead(connection, path, method, server.setup_.behindProxy);
-    exchange.request.stop = exchange.stop.get_token();
-    const RequestHead& head = exchange.request.head;
-    exchange.admission = server.setup_.application.admit(head);
-
-    const auto length = declaredLength(connection);
-    const bool oversized = length && *length > std::max<std::size_t>(exchange.admission.bodyLimit, 64u << 10);
-    if (oversized && !exchange.admission.refusal) {
-      exchange.admission.refusal = tooLarge(head, exchange.admission.bodyLimit);
-    }
-    // A small body is read to its end before it is refused: closing on unread bytes would reset the
-    // connection and could take the reply with it. A client that asks first, or sends much, hears at once.
-    const bool asksFirst = !headerValue(connection, MHD_HTTP_HEADER_EXPECT).empty();
-    if (exchange.admission.refusal && (oversized || asksFirst)) {
-      return queue(exchange, *exchange.admission.refusal);
-    }
+    exchange->connection = connection;
+    exchange->request.head = readHead(connection, path, method, server.setup_.behindProxy);
+    exchange->request.stop = exchange->stop.get_token();
+    const RequestHead& head = exchange->request.head;
+    if (!server.suspend(exchange)) return queue(*exchange, ending(head));
+    const bool accepted = server.quick_.post(
+        [&server, exchange, &head] { server.admitted(exchange, server.setup_.application.admit(head)); });
+    if (!accepted) server.finish(*exchange, busy(head));
     return MHD_YES;
   }
 
+  /// The application has decided, and the library asks again whether it is to read the body.
+  static MHD_Result goOn(const HttpServer& server, Exchange& exchange) {
+    exchange.stage = Exchange::Stage::body;
+    if (const HttpReply* reply = replyOf(exchange)) return queue(exchange, *reply);
+    const RequestHead& head = exchange.request.head;
+    std::optional<HttpReply>& refusal = exchange.admission.refusal;
+    const auto length = declaredLength(exchange.connection).value_or(0);
+    const bool oversized = length > std::max(exchange.admission.bodyLimit, smallBody);
+    if (!refusal && oversized) refusal = tooLarge(head, exchange.admission.bodyLimit);
+    if (!refusal && !hasRoom(server, length, length)) refusal = busy(head);
+    // A small body is read to its end before it is refused: closing on unread bytes would reset the
+    // connection and could take the reply with it. A client that asks first, or sends much, hears at once.
+    const bool asksFirst = !headerValue(exchange.connection, MHD_HTTP_HEADER_EXPECT).empty();
+    if (refusal && (oversized || asksFirst)) return queue(exchange, *refusal);
+    return MHD_YES;
+  }
+
+  /// Whether `more` bytes may be kept of a body that is then `size` long.
+  static bool hasRoom(const HttpServer& server, std::uint64_t size, std::uint64_t more) {
+    return size <= smallBody || server.bodyBytes_ + more <= server.setup_.limits.bodies;
+  }
+
   static MHD_Result receive(const HttpServer& server, Exchange& exchange, std::string_view piece) {
-    if (Steady::now() - exchange.started > server.setup_.limits.upload) return MHD_NO;
+    const RequestHead& head = exchange.request.head;
+    if (Steady::now() - head.arrived > server.setup_.limits.upload) return MHD_NO;
     exchange.received += piece.size();
-    if (exchange.admission.refusal) return exchange.received > discardLimit ? MHD_NO : MHD_YES;
+    std::optional<HttpReply>& refusal = exchange.admission.refusal;
+    if (refusal) return exchange.received > discardLimit ? MHD_NO : MHD_YES;
     if (exchange.received > exchange.admission.bodyLimit) {
-      exchange.request.body = {};
-      exchange.admission.refusal = tooLarge(exchange.request.head, exchange.admission.bodyLimit);
-      return MHD_YES;
+      refusal = tooLarge(head, exchange.admission.bodyLimit);
+    } else if (!hasRoom(server, exchange.received, piece.size())) {
+      refusal = busy(head);
     }
-    exchange.request.body.append(piece);
+    if (refusal) {
+      exchange.letGo();
+    } else {
+      exchange.append(piece);
+    }
     return MHD_YES;
   }
 
   static MHD_Result proceed(HttpServer& server, const ExchangePtr& exchange) {
-    if (!exchange->posted) {
-      exchange->posted = true;
+    if (exchange->stage == Exchange::Stage::body) {
+      exchange->stage = Exchange::Stage::work;
       if (!exchange->admission.refusal && server.take(exchange)) return MHD_YES;
       return queue(*exchange, *exchange->admission.refusal);
     }
-    bool ready = false;
-    {
-      std::lock_guard lock(exchange->mutex);
-      ready = exchange->reply.has_value();
-    }
-    // A reply never changes once it is there. The library has locks of its own, which must not nest in ours.
-    return ready ? queue(*exchange, *exchange->reply) : queueStream(exchange);
+    const HttpReply* reply = replyOf(*exchange);
+    return reply ? queue(*exchange, *reply) : queueStream(exchange);
+  }
+
+  /// Null while there is none. A reply never changes once it is there, so it is read without the lock: the
+  /// library has locks of its own, which must not nest in ours.
+  static const HttpReply* replyOf(Exchange& exchange) {
+    const std::lock_guard lock(exchange.mutex);
+    return exchange.reply ? &*exchange.reply : nullptr;
   }
 
   static void addHeaders(MHD_Response* response, const std::string& id, const std::string& contentType) {
@@ -205,7 +250,7 @@ struct HttpServer::Callbacks {
     server.forget(*owned);
     exchange.stop.request_stop();
     if (!server.setup_.finished) return;
-    const auto took = Steady::now() - exchange.started;
+    const auto took = Steady::now() - exchange.request.head.arrived;
     server.setup_.finished({.id = exchange.request.head.id,
                             .method = exchange.request.head.method,
                             .path = exchange.request.head.path,
@@ -217,7 +262,8 @@ struct HttpServer::Callbacks {
 HttpServer::HttpServer(Setup setup)
     : setup_(std::move(setup)),
       deadlines_(setup_.limits.head),
-      quick_(setup_.limits.quickWorkers, 256),
+      // No connection waits here twice, so there is always room.
+      quick_(setup_.limits.quickWorkers, setup_.limits.connections),
       password_(setup_.limits.passwordWorkers, 64),
       lengthy_(setup_.limits.lengthyWorkers, 64) {
   unsigned flags = MHD_USE_EPOLL_INTERNAL_THREAD | MHD_ALLOW_SUSPEND_RESUME;
@@ -255,25 +301,43 @@ HttpServer::~HttpServer() {
   MHD_stop_daemon(daemon_);
 }
 
+/// Suspends the connection for a worker, before whose end there must be something to resume. False where the
+/// server ends.
+bool HttpServer::suspend(const ExchangePtr& exchange) {
+  const std::lock_guard lock(mutex_);
+  if (ending_) return false;
+  const std::lock_guard exchangeLock(exchange->mutex);
+  MHD_suspend_connection(exchange->connection);
+  exchange->suspended = true;
+  exchange->nextBlank = Steady::now() + setup_.limits.blankEvery;
+  underway_.insert(exchange);
+  return true;
+}
+
+/// Lets the connection go on with what the application decided.
+void HttpServer::admitted(const ExchangePtr& exchange, Admission admission) {
+  // Both at once: the server must not end between a suspended connection and the knowledge of it.
+  const std::lock_guard lock(mutex_);
+  const std::lock_guard exchangeLock(exchange->mutex);
+  if (!exchange->suspended) return;  // the server ends, and has said so already
+  exchange->admission = std::move(admission);
+  exchange->suspended = false;
+  underway_.erase(exchange);
+  MHD_resume_connection(exchange->connection);
+}
+
 /// Hands a complete request to the workers. False: `admission.refusal` says why not.
 bool HttpServer::take(const ExchangePtr& exchange) {
-  {
-    std::lock_guard lock(mutex_);
-    if (ending_) {
-      exchange->admission.refusal = ending(exchange->request.head);
-      return false;
-    }
-    std::lock_guard exchangeLock(exchange->mutex);
-    // Before the work can end, or its end would have nothing to resume.
-    MHD_suspend_connection(exchange->connection);
-    exchange->suspended = true;
-    exchange->nextBlank = Steady::now() + setup_.limits.blankEvery;
-    underway_.insert(exchange);
+  if (!suspend(exchange)) {
+    exchange->admission.refusal = ending(exchange->request.head);
+    return false;
   }
   changed_.notify_all();
   const bool accepted = workers(exchange->admission.effort).post([this, exchange] {
     if (exchange->stop.stop_requested()) return;
-    finish(*exchange, exchange->admission.work(exchange->request));
+    HttpReply reply = exchange->admission.work(exchange->request);
+    exchange->letGo();
+    finish(*exchange, std::move(reply));
   });
   if (!accepted) finish(*exchange, busy(exchange->request.head));
   return true;

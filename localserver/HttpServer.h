@@ -1,6 +1,7 @@
 // The HTTP face: one event loop that never waits for anybody, and workers that do the work.
 #pragma once
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -27,10 +28,11 @@ struct ListenSocket {
   std::uint16_t port = 0;
 };
 
-/// Serves HTTP/1.1 from one event loop. While a worker is at a request its connection is suspended, so
-/// neither slow clients nor slow work hold anybody else up. A lengthy request that is not done after
-/// `blankEvery` is answered with status 200 and a JSON blank, then one more blank each `blankEvery`, and the
-/// reply at the end: no idle limit of a client ends it. An error that comes so late stands in the body alone.
+/// Serves HTTP/1.1 from one event loop. While a worker is at a request, to decide about it or to do it, its
+/// connection is suspended, so neither slow clients nor slow work hold anybody else up. A lengthy request
+/// that is not done after `blankEvery` is answered with status 200 and a JSON blank, then one more blank each
+/// `blankEvery`, and the reply at the end: no idle limit of a client ends it. An error that comes so late
+/// stands in the body alone.
 class HttpServer {
  public:
   struct Limits {
@@ -40,6 +42,9 @@ class HttpServer {
     /// From the headers to the last byte of the body.
     std::chrono::seconds upload{300};
     std::chrono::milliseconds blankEvery{10'000};
+    /// Bytes of all the bodies together that are being received or worked on. Bodies of up to 64 KB are
+    /// always taken, as the number of connections bounds them.
+    std::size_t bodies = 256u << 20;
     unsigned connections = 800;
     unsigned connectionsPerAddress = 400;
     std::size_t quickWorkers = 2;
@@ -70,6 +75,8 @@ class HttpServer {
   using ExchangePtr = std::shared_ptr<Exchange>;
   friend struct Callbacks;
 
+  bool suspend(const ExchangePtr& exchange);
+  void admitted(const ExchangePtr& exchange, Admission admission);
   bool take(const ExchangePtr& exchange);
   void finish(Exchange& exchange, HttpReply reply);
   void forget(const ExchangePtr& exchange);
@@ -83,6 +90,8 @@ class HttpServer {
   std::condition_variable changed_;
   std::set<ExchangePtr> underway_;
   bool ending_ = false;
+  /// Only the event loop adds to it.
+  std::atomic<std::size_t> bodyBytes_ = 0;
 
   HeaderDeadlines deadlines_;
   WorkerPool quick_;

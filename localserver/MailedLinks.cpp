@@ -19,7 +19,11 @@ UnixSeconds lifetimeOf(TokenKind kind) {
 }  // namespace
 
 MailedLinks::MailedLinks(Setup setup)
-    : setup_(std::move(setup)), outbox_(setup_.folder, setup_.sender, setup_.now) {}
+    : setup_(std::move(setup)),
+      outbox_({.folder = setup_.folder,
+               .sender = setup_.sender,
+               .now = setup_.now,
+               .lifetime = verificationLifetime}) {}
 
 void MailedLinks::welcome(const UserRecord& user) {
   logged([&] {
@@ -62,23 +66,24 @@ bool MailedLinks::canReset(const std::string& token) {
   return find(TokenKind::passwordReset, token).has_value();
 }
 
-void MailedLinks::resetPassword(const std::string& token, const std::string& password) {
-  const Refusal expired(
-      {410, "LINK_EXPIRED", "This link was used already or is too old. Ask for a new one."});
+bool MailedLinks::resetPassword(const std::string& token, const std::string& password) {
   // Before the hash, which costs too much to be had for a made-up token.
-  if (!canReset(token)) throw expired;
+  if (!canReset(token)) return false;
   requireGoodPassword(password);
   const std::string hash = setup_.passwords.hash(password);
+  bool done = false;
   setup_.storage.atomically([&] {
     const auto found = find(TokenKind::passwordReset, token);
     auto user = found ? setup_.storage.userById(found->userId) : std::nullopt;
-    if (!user) throw expired;
+    if (!user) return;
     setup_.storage.removeTokensOf(user->id, std::nullopt);
     user->passwordHash = hash;
     // Whoever followed the link reads the address's mail.
     user->emailVerified = true;
     setup_.storage.updateUser(*user);
+    done = true;
   });
+  return done;
 }
 
 bool MailedLinks::mayWrite(TokenKind kind, const std::string& userId) {

@@ -45,9 +45,9 @@ class MailedLinks {
   /// False where the link is used, expired or made up.
   bool verify(const std::string& token);
   bool canReset(const std::string& token);
-  /// Sets the password and ends every sign-in of the account. Hashes a password. Throws Refusal where the
-  /// password will not do, and "LINK_EXPIRED" as `verify` gives false.
-  void resetPassword(const std::string& token, const std::string& password);
+  /// Sets the password and ends every sign-in of the account; false as `verify` is. Hashes a password. Throws
+  /// Refusal where the password will not do.
+  bool resetPassword(const std::string& token, const std::string& password);
 
   /// Takes back the letters to a user.
   void discard(const std::string& userId) const { outbox_.discard(userId); }

@@ -166,8 +166,9 @@ Usage: pell-server [OPTION]...
   --minutes-per-month N          dictation that each account may use in a calendar month
                                  (UTC), 1 to 44640; 6000 unless told otherwise
   --plans ID:NAME:MINUTES,...    other plans, which accounts get by the command "plan"
-  --auth-attempts-per-minute N   sign-ins, registrations and password resets per client
-                                 address; 60 unless told otherwise, 0 for no limit
+  --auth-attempts-per-minute N   sign-ins per client address, and as many registrations,
+                                 refreshes and password resets; 60 unless told otherwise,
+                                 0 for no limit
   --behind-proxy on              clients come by way of a proxy that tells their addresses
                                  in X-Forwarded-For
 

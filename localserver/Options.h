@@ -42,7 +42,7 @@ struct Options {
   std::int64_t minutesPerMonth = 6000;
   /// Besides the one that every account begins with.
   std::vector<Plan> morePlans;
-  /// Per client address; 0 for no limit.
+  /// Per client address and kind; 0 for no limit.
   int authAttemptsPerMinute = 60;
   /// Where browsers reach this server, without a final slash; empty where that is the address it listens on.
   std::string publicUrl;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <chrono>
 #include <filesystem>
 #include <stdexcept>
 #include <string>
@@ -18,7 +19,14 @@ class MailFailure : public std::runtime_error {
 /// folder that nobody else may read, complete from the moment it has that name. Any thread.
 class Outbox {
  public:
-  Outbox(std::filesystem::path folder, std::string sender, WallNow now);
+  struct Setup {
+    std::filesystem::path folder;
+    std::string sender;
+    WallNow now;
+    /// How long a letter is worth sending off; older ones go when the next one comes.
+    std::chrono::seconds lifetime;
+  };
+  explicit Outbox(Setup setup);
 
   struct Letter {
     /// Who gets it: the account, and its address in the form that accounts are kept in.
@@ -35,9 +43,9 @@ class Outbox {
   void discard(const std::string& userId) const;
 
  private:
-  std::filesystem::path folder_;
-  std::string sender_;
-  WallNow now_;
+  void sweep(UnixSeconds now) const;
+
+  const Setup setup_;
 };
 
 }  // namespace pell::localserver

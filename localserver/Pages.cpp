@@ -88,9 +88,8 @@ HttpReply passwordForm(int status, const std::string& token, std::string_view co
 
 HttpReply setPassword(MailedLinks& links, const std::string& token, const std::string& password) {
   try {
-    links.resetPassword(token, password);
+    if (!links.resetPassword(token, password)) return expiredPage();
   } catch (const Refusal& refusal) {
-    if (refusal.error().status == 410) return expiredPage();
     return passwordForm(refusal.error().status, token, refusal.error().message);
   }
   return page(200, "Your password is set", "<p>Sign in with it in Pell, on each of your devices.</p>");
@@ -112,13 +111,19 @@ std::vector<Route> pages(MailedLinks& links) {
     return setPassword(links, requiredString(call.body, "token"), requiredString(call.body, "password"));
   };
   // clang-format off
-  return {
+  std::vector<Route> all = {
       {"GET",  "/verify-email",   Access::open,    BodyKind::none, Effort::quick,    askToVerify},
       {"POST", "/verify-email",   Access::attempt, BodyKind::form, Effort::quick,    verify},
       {"GET",  "/reset-password", Access::open,    BodyKind::none, Effort::quick,    askForPassword},
       {"POST", "/reset-password", Access::attempt, BodyKind::form, Effort::password, reset},
   };
   // clang-format on
+  for (Route& route : all) {
+    route.refusal = [](const ApiError& error) {
+      return page(error.status, "That did not work", fmt::format("<p>{}</p>", escaped(error.message)));
+    };
+  }
+  return all;
 }
 
 }  // namespace pell::localserver

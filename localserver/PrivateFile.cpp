@@ -2,6 +2,7 @@
 
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 namespace pell::localserver {
@@ -22,6 +23,17 @@ void writeAll(int descriptor, std::string_view content, const std::filesystem::p
 }
 
 }  // namespace
+
+void makePrivateFolder(const std::filesystem::path& folder) {
+  // "data/" and "data" are the same.
+  const auto name = folder.has_filename() ? folder : folder.parent_path();
+  if (name.has_parent_path()) std::filesystem::create_directories(name.parent_path());
+  if (mkdir(name.c_str(), 0700) == 0) return;
+  const int error = errno;
+  if (std::filesystem::is_directory(name)) return;
+  errno = error;
+  fail(name);
+}
 
 void writePrivateFile(const std::filesystem::path& file, std::string_view content) {
   std::string pattern = (file.parent_path() / ".new-XXXXXX").string();

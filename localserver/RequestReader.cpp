@@ -57,11 +57,21 @@ MHD_Result collectArgument(void* context, MHD_ValueKind, const char* key, const 
   return MHD_YES;
 }
 
-/// The last address is what our own proxy added; those before it are the client's say.
+MHD_Result keepLastForwarded(void* context, MHD_ValueKind, const char* key, const char* value) {
+  if (lowerCase(key) == "x-forwarded-for") *static_cast<std::string*>(context) = value ? value : "";
+  return MHD_YES;
+}
+
+/// The last address of the last such line is what our own proxy added; those before it are the client's say.
+/// Empty where that is no address.
 std::string forwardedAddress(MHD_Connection* connection) {
-  std::string chain = headerValue(connection, "X-Forwarded-For");
-  chain.erase(0, chain.find_last_of(", ") + 1);
-  return chain;
+  std::string chain;
+  MHD_get_connection_values(connection, MHD_HEADER_KIND, &keepLastForwarded, &chain);
+  const std::string last = chain.substr(chain.find_last_of(", ") + 1);
+  in6_addr bytes{};
+  const bool known =
+      inet_pton(AF_INET, last.c_str(), &bytes) == 1 || inet_pton(AF_INET6, last.c_str(), &bytes) == 1;
+  return known ? last : "";
 }
 
 }  // namespace
@@ -79,7 +89,8 @@ RequestHead readHead(MHD_Connection* connection, const char* path, const char* m
                    .query = {},
                    .contentType = mediaType(headerValue(connection, MHD_HTTP_HEADER_CONTENT_TYPE)),
                    .bearerToken = bearerToken(headerValue(connection, MHD_HTTP_HEADER_AUTHORIZATION)),
-                   .clientAddress = forwarded.empty() ? peerAddress(connection) : std::move(forwarded)};
+                   .clientAddress = forwarded.empty() ? peerAddress(connection) : std::move(forwarded),
+                   .arrived = std::chrono::steady_clock::now()};
   MHD_get_connection_values(connection, MHD_GET_ARGUMENT_KIND, &collectArgument, &head.query);
   return head;
 }

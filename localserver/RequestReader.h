@@ -14,7 +14,7 @@ namespace pell::localserver {
 /// Empty where the client sent no such header.
 std::string headerValue(MHD_Connection* connection, const char* name);
 
-/// Behind a proxy the client's address is what the proxy says.
+/// Behind a proxy the client's address is what the proxy says, where it says one.
 RequestHead readHead(MHD_Connection* connection, const char* path, const char* method, bool behindProxy);
 
 /// Of the body; nothing where the client does not say.

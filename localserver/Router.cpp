@@ -57,12 +57,14 @@ Router::Router(Setup setup) : setup_(std::move(setup)) {}
 Admission Router::admit(const RequestHead& head) {
   Admission admission;
   admission.bodyLimit = jsonLimit;
-  const auto refusal = guarded(head, [&] {
-    const Route& route = find(head);
-    if (route.body == BodyKind::audio) admission.bodyLimit = audioLimit;
-    admission.effort = route.effort;
-    admission.work = [this, &route, caller = check(route, head)](const HttpRequest& request) {
-      return guarded(request.head, [&] { return answer(route, caller, request); });
+  const Route* route = find(head);
+  const auto refusal = guarded(route, head, [&] {
+    if (!route) refuseUnknown(head);
+    if (route->body == BodyKind::audio) admission.bodyLimit = audioLimit;
+    admission.effort = route->effort;
+    const Caller caller = check(*route, head);
+    admission.work = [this, route, caller, turn = turnFor(*route, caller)](const HttpRequest& request) {
+      return guarded(route, request.head, [&] { return answer(*route, caller, request); });
     };
     return HttpReply{};
   });
@@ -70,14 +72,17 @@ Admission Router::admit(const RequestHead& head) {
   return admission;
 }
 
-const Route& Router::find(const RequestHead& head) const {
-  bool pathKnown = false;
+const Route* Router::find(const RequestHead& head) const {
   for (const Route& route : setup_.routes) {
-    if (route.path != head.path) continue;
-    if (route.method == head.method) return route;
-    pathKnown = true;
+    if (route.path == head.path && route.method == head.method) return &route;
   }
-  if (pathKnown) refuse(405, "METHOD_NOT_ALLOWED", "That is not how this address is used.");
+  return nullptr;
+}
+
+void Router::refuseUnknown(const RequestHead& head) const {
+  for (const Route& route : setup_.routes) {
+    if (route.path == head.path) refuse(405, "METHOD_NOT_ALLOWED", "That is not how this address is used.");
+  }
   refuse(404, "NOT_FOUND", "There is nothing at this address.");
 }
 
@@ -91,11 +96,24 @@ Caller Router::check(const Route& route, const RequestHead& head) {
   if (!fits(route.body, head.contentType)) {
     refuse(415, "UNSUPPORTED_MEDIA_TYPE", "The request's body is of a type that is not understood here.");
   }
+  // One kind of attempt does not use up another: a flood of sign-ins leaves those be who are signed in.
   if (route.access == Access::attempt &&
-      !setup_.attempts.allow(attemptKey(head.clientAddress), AttemptLimit::Clock::now())) {
+      !setup_.attempts.allow(route.path + " " + attemptKey(head.clientAddress), AttemptLimit::Clock::now())) {
     refuse(429, "TOO_MANY_ATTEMPTS", "Too many attempts. Wait a minute and try again.");
   }
+  if (route.precheck) route.precheck(head, caller);
   return caller;
+}
+
+/// Null where the route needs none.
+std::shared_ptr<const void> Router::turnFor(const Route& route, const Caller& caller) {
+  if (route.effort != Effort::lengthy) return nullptr;
+  auto turn = turns_.take(caller.userId);
+  if (turn) return turn;
+  throw Refusal({.status = 429,
+                 .code = "TOO_MANY_DICTATIONS",
+                 .message = "Several of your dictations are under way. Try again when one of them is done.",
+                 .retryAfter = std::chrono::seconds(5)});
 }
 
 HttpReply Router::answer(const Route& route, const Caller& caller, const HttpRequest& request) {
@@ -104,28 +122,34 @@ HttpReply Router::answer(const Route& route, const Caller& caller, const HttpReq
 }
 
 /// What went wrong in detail is for the log; the client gets a sentence and the request's id.
-HttpReply Router::guarded(const RequestHead& head, const std::function<HttpReply()>& work) {
+HttpReply Router::guarded(const Route* route, const RequestHead& head,
+                          const std::function<HttpReply()>& work) {
   try {
     return work();
   } catch (const Refusal& refusal) {
-    HttpReply reply = errorReply(refusal.error(), head.id);
-    if (reply.status == 401) reply.headers.emplace_back("WWW-Authenticate", "Bearer");
-    if (reply.status == 429) {
-      reply.headers.emplace_back("Retry-After", std::to_string(refusal.error().retryAfter.count()));
-    }
-    if (reply.status == 405) {
-      for (const Route& route : setup_.routes) {
-        if (route.path == head.path) reply.headers.emplace_back("Allow", route.method);
-      }
-    }
-    return reply;
+    return refused(route, head, refusal.error());
   } catch (const std::bad_alloc&) {
     setup_.log.error("out_of_memory", {{"request_id", head.id}});
-    return errorReply({503, "BUSY", "The server is busy. Try again in a moment."}, head.id);
+    return refused(route, head, {503, "BUSY", "The server is busy. Try again in a moment."});
   } catch (const std::exception& failure) {
     setup_.log.error("request_failed", {{"request_id", head.id}, {"reason", failure.what()}});
-    return errorReply({500, "INTERNAL", "Something went wrong on the server. Try again."}, head.id);
+    return refused(route, head, {500, "INTERNAL", "Something went wrong on the server. Try again."});
   }
+}
+
+HttpReply Router::refused(const Route* route, const RequestHead& head, const ApiError& error) const {
+  if (route && route->refusal) {
+    HttpReply reply = route->refusal(error);
+    addAdvice(error, reply);
+    return reply;
+  }
+  HttpReply reply = errorReply(error, head.id);
+  if (error.status == 405) {
+    for (const Route& other : setup_.routes) {
+      if (other.path == head.path) reply.headers.emplace_back("Allow", other.method);
+    }
+  }
+  return reply;
 }
 
 }  // namespace pell::localserver

@@ -12,13 +12,14 @@
 #include "localserver/Http.h"
 #include "localserver/ServerLog.h"
 #include "localserver/Sessions.h"
+#include "localserver/Turns.h"
 
 namespace pell::localserver {
 
 /// Who may call a route.
 enum class Access {
   open,
-  /// Open, and limited per address, as passwords are tried here.
+  /// Open, and limited per address, as passwords and tokens are tried here.
   attempt,
   signedIn,
 };
@@ -44,6 +45,10 @@ struct Route {
   BodyKind body = BodyKind::none;
   Effort effort = Effort::quick;
   std::function<HttpReply(const Call&)> handle;
+  /// Throws Refusal for what need not wait for the body; unset where there is nothing of the kind.
+  std::function<void(const RequestHead&, const Caller&)> precheck = nullptr;
+  /// How a refusal looks; unset: the API's error body.
+  std::function<HttpReply(const ApiError&)> refusal = nullptr;
 };
 
 /// A handler that replies with the JSON that `work` gives for a call.
@@ -60,6 +65,8 @@ class Router : public HttpApplication {
  public:
   static constexpr std::size_t audioLimit = 25u << 20;
   static constexpr std::size_t jsonLimit = 64u << 10;
+  /// Lengthy requests that a user may have under way, from the head of each to its reply.
+  static constexpr std::size_t lengthyPerUser = 4;
 
   struct Setup {
     std::vector<Route> routes;
@@ -74,12 +81,16 @@ class Router : public HttpApplication {
   std::span<const Route> routes() const { return setup_.routes; }
 
  private:
-  const Route& find(const RequestHead& head) const;
+  const Route* find(const RequestHead& head) const;
+  [[noreturn]] void refuseUnknown(const RequestHead& head) const;
   Caller check(const Route& route, const RequestHead& head);
+  std::shared_ptr<const void> turnFor(const Route& route, const Caller& caller);
   HttpReply answer(const Route& route, const Caller& caller, const HttpRequest& request);
-  HttpReply guarded(const RequestHead& head, const std::function<HttpReply()>& work);
+  HttpReply guarded(const Route* route, const RequestHead& head, const std::function<HttpReply()>& work);
+  HttpReply refused(const Route* route, const RequestHead& head, const ApiError& error) const;
 
   const Setup setup_;
+  Turns turns_{lengthyPerUser};
 };
 
 template <class Work>

@@ -13,6 +13,7 @@
 #include "localserver/DataFiles.h"
 #include "localserver/Endpoints.h"
 #include "localserver/Pages.h"
+#include "localserver/PrivateFile.h"
 #include "localserver/RemoteTranscriber.h"
 #include "localserver/RuleCleaner.h"
 #include "localserver/SphinxTranscriber.h"
@@ -27,19 +28,18 @@ constexpr std::chrono::seconds transcriberLimit{170};
 // Each decoder holds a model of about 100 MB.
 constexpr unsigned mostDecoders = 4;
 
-std::unique_ptr<Storage> openStorage(const std::filesystem::path& directory) {
-  std::error_code error;
-  const bool made = std::filesystem::create_directories(directory, error);
-  if (error) {
-    throw StartFailure(
-        fmt::format("The data directory {} cannot be made: {}.", directory.string(), error.message()));
-  }
-  // A directory that was there before keeps its mode: it may hold other things.
-  if (made) chmod(directory.c_str(), 0700);
+std::unique_ptr<Storage> openStorage(const Options& options) {
+  const std::filesystem::path& directory = options.data;
   try {
-    return std::make_unique<SqliteStorage>(databaseFile(directory));
+    makePrivateFolder(directory);
+    auto storage = std::make_unique<SqliteStorage>(databaseFile(directory));
+    publishPlans(plansOf(options), plansFile(directory));
+    return storage;
   } catch (const StorageFailure& failure) {
     throw StartFailure(failure.what());
+  } catch (const std::system_error& error) {
+    throw StartFailure(
+        fmt::format("The data directory {} cannot be used: {}.", directory.string(), error.code().message()));
   }
 }
 
@@ -48,6 +48,12 @@ std::string readKey(const std::filesystem::path& file) {
   std::string key;
   if (!std::getline(stream, key) || trimmed(key).empty()) {
     throw StartFailure(fmt::format("No key can be read from {}.", file.string()));
+  }
+  // A group may be meant to read it, as that of the service; everybody is never.
+  struct stat information {};
+  if (stat(file.c_str(), &information) == 0 && (information.st_mode & 007) != 0) {
+    throw StartFailure(fmt::format("Everybody may read the key in {}. Forbid it: chmod o= {}", file.string(),
+                                   file.string()));
   }
   return trimmed(key);
 }
@@ -127,9 +133,10 @@ void logRequest(ServerLog& log, const RequestSummary& request) {
 }  // namespace
 
 Server::Server(const Setup& setup)
-    : storage_(openStorage(setup.options.data)),
+    : storage_(openStorage(setup.options)),
       socket_(prepare(setup)),
       loopback_(isLoopback(socket_)),
+      linksLeadHere_(setup.options.publicUrl.empty() && (!loopback_ || setup.options.behindProxy)),
       transcriber_(std::visit(MakeTranscriber{}, setup.options.recogniser)),
       cleaner_(makeCleaner(setup.options.cleaner)),
       sessions_(*storage_, setup.now),
@@ -161,5 +168,21 @@ Server::Server(const Setup& setup)
              .behindProxy = setup.options.behindProxy,
              .finished = [&log = setup.log](const RequestSummary& request) { logRequest(log, request); },
              .limits = limitsOf(setup)}) {}
+
+std::vector<std::string> Server::warnings() const {
+  std::vector<std::string> sentences;
+  if (!loopback_) {
+    sentences.emplace_back(
+        "Other machines can reach this server, and what passes between is not encrypted. Put a proxy with "
+        "TLS in front of it.");
+  }
+  if (linksLeadHere_) {
+    sentences.push_back(
+        fmt::format("The links in letters lead to {}, where users will not get. Say with --public-url where "
+                    "they reach this server.",
+                    url()));
+  }
+  return sentences;
+}
 
 }  // namespace pell::localserver

@@ -37,13 +37,14 @@ class Server {
   std::string url() const { return urlOf(socket_); }
   /// All that it answers.
   std::span<const Route> routes() const { return router_.routes(); }
-  /// False: other machines can reach this server, and what they say to it is not encrypted.
-  bool reachesOnlyThisMachine() const { return loopback_; }
+  /// Sentences for the operator about choices that are allowed and seldom meant.
+  std::vector<std::string> warnings() const;
 
  private:
   std::unique_ptr<Storage> storage_;
   ListenSocket socket_;
   bool loopback_;
+  bool linksLeadHere_;
   std::unique_ptr<Transcriber> transcriber_;
   std::unique_ptr<Cleaner> cleaner_;
   Sessions sessions_;

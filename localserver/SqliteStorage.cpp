@@ -33,7 +33,8 @@ SqliteStorage::SqliteStorage(const std::filesystem::path& file)
 
 void SqliteStorage::check() {
   connection_.execute("pragma journal_mode = wal");
-  connection_.execute("pragma synchronous = normal");
+  // A write is on the disk when it returns: a sign-in that was ended must not come back with the power.
+  connection_.execute("pragma synchronous = full");
   connection_.execute("pragma foreign_keys = on");
   // What is removed must not be readable in the file any longer.
   connection_.execute("pragma secure_delete = on");

@@ -15,18 +15,12 @@ using std::chrono::steady_clock;
 // Clients give a request up after 180 seconds; what was understood until then must reach them in time.
 constexpr milliseconds longestWork{175'000};
 
-std::string parameter(const HttpRequest& request, const std::string& name, const std::string& absent) {
-  const auto found = request.head.query.find(name);
-  return found == request.head.query.end() ? absent : found->second;
+std::string parameter(const RequestHead& head, const std::string& name, const std::string& absent) {
+  const auto found = head.query.find(name);
+  return found == head.query.end() ? absent : found->second;
 }
 
-std::string requiredLanguage(const HttpRequest& request) {
-  std::string language = parameter(request, "language", "multi");
-  if (language != "multi" && language != "en") {
-    throw Refusal({400, "UNSUPPORTED_LANGUAGE", "This server does not know the language of the request."});
-  }
-  return language;
-}
+std::string languageOf(const RequestHead& head) { return parameter(head, "language", "multi"); }
 
 }  // namespace
 
@@ -38,10 +32,16 @@ TranscribeEndpoint::TranscribeEndpoint(const Setup& setup)
       cleaner_(setup.cleaner),
       log_(setup.log) {}
 
+void TranscribeEndpoint::admit(const RequestHead& head, const Caller& caller) const {
+  const std::string language = languageOf(head);
+  if (language != "multi" && language != "en") {
+    throw Refusal({400, "UNSUPPORTED_LANGUAGE", "This server does not know the language of the request."});
+  }
+  metering_.requireAllowance(caller.userId);
+}
+
 nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
-  const auto begin = steady_clock::now();
-  const std::string language = requiredLanguage(call.request);
-  metering_.requireAllowance(call.caller.userId);
+  const std::string language = languageOf(call.request.head);
   const Pcm samples = decodeAudio(call.request.body, call.request.stop);
   Metering::Charge charge(metering_, call.caller.userId, secondsOf(samples));
 
@@ -51,7 +51,9 @@ nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
   const std::string heard = spoken.language.value_or(language);
   std::optional<std::string> clean;
   if (style) {
-    const auto spent = std::chrono::duration_cast<milliseconds>(steady_clock::now() - begin);
+    // From the client's first word on: it waits through the upload and the queue as well.
+    const auto spent =
+        std::chrono::duration_cast<milliseconds>(steady_clock::now() - call.request.head.arrived);
     clean = cleaned({.style = *style,
                      .text = raw,
                      .language = heard,
@@ -80,7 +82,7 @@ nlohmann::json TranscribeEndpoint::answer(const Call& call) const {
 const CleanupStyle* TranscribeEndpoint::styleFor(const Call& call) const {
   const UserRecord user = accounts_.account(call.caller);
   if (!user.cleanupEnabled) return nullptr;
-  if (const auto* style = StyleCatalogue::find(parameter(call.request, "style", ""))) return style;
+  if (const auto* style = StyleCatalogue::find(parameter(call.request.head, "style", ""))) return style;
   if (const auto* style = StyleCatalogue::find(user.cleanupPromptVersion.value_or(""))) return style;
   return &StyleCatalogue::serverDefault();
 }

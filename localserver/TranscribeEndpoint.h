@@ -25,6 +25,8 @@ class TranscribeEndpoint {
   };
   explicit TranscribeEndpoint(const Setup& setup);
 
+  /// What can be refused before the recording is here. Throws Refusal.
+  void admit(const RequestHead& head, const Caller& caller) const;
   nlohmann::json answer(const Call& call) const;
 
  private:

@@ -36,12 +36,7 @@ int serve(const Options& options) {
                        .log = log,
                        .now = [] { return std::time(nullptr); },
                        .socket = inheritedSocket(&environmentVariable)});
-  if (!server.reachesOnlyThisMachine()) {
-    fmt::print(stderr,
-               "Warning: other machines can reach this server, and what passes between is not encrypted. Put "
-               "a proxy "
-               "with TLS in front of it.\n");
-  }
+  for (const std::string& warning : server.warnings()) fmt::print(stderr, "Warning: {}\n", warning);
   fmt::print("pell-server listens on {}\n", server.url());
   std::fflush(stdout);
   int received = 0;

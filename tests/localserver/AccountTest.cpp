@@ -97,6 +97,9 @@ TEST_F(AccountTest, LettersAreHeldBackPerAccount) {
   EXPECT_EQ(held.headers.at("retry-after"), "3600");
   EXPECT_EQ(letters().size(), static_cast<std::size_t>(MailedLinks::lettersPerHour));
   EXPECT_EQ(post("/me/email/verify/resend", {}, signUp("bob@example.org")).status, 200);
+  now_ += std::chrono::seconds(MailedLinks::verificationLifetime).count();
+  signUp("carl@example.org");
+  EXPECT_EQ(letters().size(), 1u) << "those that nobody sent off are gone with their links";
 }
 
 TEST_F(AccountTest, AForgottenPasswordIsReplacedAndEverySignInEnds) {
@@ -139,6 +142,21 @@ TEST_F(AccountTest, LinksGrowOldAndDoOnlyWhatTheyAreFor) {
   EXPECT_EQ(open(hostile).body.find("<script"), std::string::npos);
 }
 
+TEST_F(AccountTest, PagesSayNoAsPages) {
+  Options options;
+  options.authAttemptsPerMinute = 1;
+  start(hello, options);
+  const std::pair<const char*, long> rows[] = {{"/verify-email?nothing=x", 400},
+                                               {"/verify-email?token=x", 429},
+                                               {"/reset-password?token=x", 400},
+                                               {"/reset-password?token=x", 429}};
+  for (const auto& [link, status] : rows) {
+    const Answer answer = submit(link);
+    EXPECT_EQ(answer.status, status) << link;
+    EXPECT_TRUE(answer.headers.at("content-type").starts_with("text/html")) << link;
+  }
+}
+
 TEST_F(AccountTest, LinksLeadWhereTheOperatorSaysAndNotTheRequest) {
   Options options;
   options.publicUrl = "http://pell.example.org/family";
@@ -153,6 +171,73 @@ TEST_F(AccountTest, LinksLeadWhereTheOperatorSaysAndNotTheRequest) {
                          .body = R"({"email":"ann@example.org"})",
                          .headers = {"Host: evil.example", "X-Forwarded-Host: evil.example"}});
   EXPECT_TRUE(link(reset_).starts_with("/family/reset-password?token="));
+}
+
+TEST_F(AccountTest, GuessingIsHeldBackPerAddressAndKind) {
+  Options options;
+  options.authAttemptsPerMinute = 3;
+  start(hello, options);
+  const std::string token = signUp();
+  const std::pair<const char*, json> guesses[] = {
+      {"/auth/login", {{"email", "ann@example.org"}, {"password", "wrong horse"}}},
+      {"/auth/refresh", {{"refreshToken", "made up"}}},
+  };
+  for (const auto& [path, guess] : guesses) {
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(post(path, guess).status, 401) << path;
+    const Answer held = post(path, guess);
+    EXPECT_EQ(held.errorCode(), "TOO_MANY_ATTEMPTS") << path;
+    EXPECT_EQ(held.status, 429) << path;
+    EXPECT_TRUE(held.headers.contains("retry-after")) << path;
+  }
+  EXPECT_EQ(me(token).status, 200) << "the signed-in go on";
+}
+
+TEST_F(AccountTest, GuessingFromManyAddressesIsHeldBackPerAccount) {
+  Options options;
+  options.authAttemptsPerMinute = 0;
+  start(hello, options);
+  signUp();
+  signUp("bob@example.org");
+  for (const char* email : {"ann@example.org", "nobody@example.org"}) {
+    for (int i = 0; i < Accounts::guesses; ++i) EXPECT_EQ(signIn("wrong horse", email).status, 401);
+    EXPECT_EQ(signIn("correct horse", email).errorCode(), "TOO_MANY_ATTEMPTS") << email;
+  }
+  for (int i = 0; i < Accounts::guesses + 5; ++i) {
+    EXPECT_EQ(signIn("correct horse", "bob@example.org").status, 200) << "who knows it is not guessing";
+  }
+}
+
+TEST_F(AccountTest, OnlyOurOwnProxySaysWhoIsGuessing) {
+  const struct {
+    bool behindProxy;
+    const char* first;
+    const char* second;
+    long status;
+  } rows[] = {
+      {false, "10.0.0.1", "10.0.0.2", 429},
+      {true, "10.0.0.1", "10.0.0.2", 401},
+      {true, "10.0.0.1", "10.0.0.9, 10.0.0.1", 429},  // what the client claims comes first
+      {true, "2001:db8::1", "2001:db8::2:3:4", 429},  // one network
+      {true, "2001:db8::1", "2001:db8:0:1::1", 401},
+      {true, "10.0.0.1", "10.0.0.9\r\nX-Forwarded-For: 10.0.0.1", 429},  // the proxy's own line is the last
+      {true, "unknown", "nonsense", 429},                                // no address: the proxy's counts
+  };
+  for (const auto& [behindProxy, first, second, status] : rows) {
+    Options options;
+    options.authAttemptsPerMinute = 1;
+    options.behindProxy = behindProxy;
+    start(hello, options);
+    long last = 0;
+    for (const std::string address : {first, second}) {
+      last = send(server_->port(), {.method = "POST",
+                                    .path = "/api/v1/auth/login",
+                                    .contentType = "application/json",
+                                    .body = R"({"email":"ann@example.org","password":"wrong horse"})",
+                                    .headers = {"X-Forwarded-For: " + address}})
+                 .status;
+    }
+    EXPECT_EQ(last, status) << behindProxy << " " << first << " " << second;
+  }
 }
 
 TEST_F(AccountTest, PreferencesChangeOneByOne) {

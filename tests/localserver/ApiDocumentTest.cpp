@@ -128,6 +128,31 @@ TEST_F(ApiDocumentTest, NamesEveryEndpointAndNoOther) {
   EXPECT_EQ(documented, there);
 }
 
+TEST_F(ApiDocumentTest, NamesEveryErrorCodeAndNoOther) {
+  using Matches = std::sregex_iterator;
+  std::set<std::string> documented;
+  const std::regex row(R"(\| ((?:`[A-Z_]+`(?:, )?)+) \| (\d{3}) \|)");
+  const std::regex code("[A-Z_]+");
+  for (const Section& each : document_) {
+    for (Matches match(each.text.begin(), each.text.end(), row); match != Matches(); ++match) {
+      const std::string codes = (*match)[1];
+      for (Matches one(codes.begin(), codes.end(), code); one != Matches(); ++one) {
+        documented.insert((*match)[2].str() + " " + one->str());
+      }
+    }
+  }
+  std::set<std::string> there;
+  const std::regex thrown(R"re(\b([45]\d\d),\s*(?:\.code = )?"([A-Z_]+)")re");
+  for (const auto& entry : std::filesystem::directory_iterator(pell::testing::sourceTree() / "localserver")) {
+    std::ifstream stream(entry.path());
+    const std::string text{std::istreambuf_iterator<char>(stream), {}};
+    for (Matches match(text.begin(), text.end(), thrown); match != Matches(); ++match) {
+      there.insert((*match)[1].str() + " " + (*match)[2].str());
+    }
+  }
+  EXPECT_EQ(documented, there);
+}
+
 TEST_F(ApiDocumentTest, EveryEndpointRepliesAsItSays) {
   std::ofstream(directory_.path() / "app-config.json") << R"({"payload":"p","signature":"s","keyId":"k"})";
   start(hello);

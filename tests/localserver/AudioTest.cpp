@@ -56,6 +56,9 @@ TEST_F(AudioTest, WhatIsNoSoundIsRefused) {
   const std::string mp4 = mp4File(tone(1));
   std::string slow = wavFile(tone(1));
   slow.replace(24, 4, std::string("\1\0\0\0", 4));
+  std::string rare = wavFile(tone(1));
+  rare.replace(20, 2, std::string("\x11\0", 2));      // IMA ADPCM
+  rare.replace(32, 4, std::string("\0\x1\x4\0", 4));  // in blocks of 256 bytes, 4 bits a sample
   const std::pair<const char*, std::string> files[] = {
       {"nothing", ""},
       {"one byte", "x"},
@@ -65,6 +68,7 @@ TEST_F(AudioTest, WhatIsNoSoundIsRefused) {
       {"a recording cut short", mp4.substr(0, mp4.size() / 2)},
       {"a sound file without sound", wavFile({})},
       {"one sample a second", slow},
+      {"a decoder that no recorder needs", rare},
       {"a playlist", "#EXTM3U\n#EXTINF:1,\nfile:///etc/passwd\n#EXT-X-ENDLIST\n"},
       {"a list of files", "ffconcat version 1.0\nfile /etc/passwd\n"},
       {"a session description", "v=0\no=- 0 0 IN IP4 127.0.0.1\nm=audio 9 RTP/AVP 0\n"},

@@ -12,7 +12,8 @@
 namespace pell::localserver {
 namespace {
 
-/// "/echo" gives the body back; "/wait" ends when the test says so; "/refuse" is turned away.
+/// "/echo" gives the body back; "/wait" ends when the test says so; "/refuse" is turned away; "/decide" is
+/// decided about when the test says so.
 class TestApplication : public HttpApplication {
  public:
   Admission admit(const RequestHead& head) override {
@@ -20,6 +21,10 @@ class TestApplication : public HttpApplication {
     admission.bodyLimit = 100'000;
     if (head.path == "/wait" || head.path == "/until-stopped") admission.effort = Effort::lengthy;
     if (head.path == "/password") admission.effort = Effort::password;
+    if (head.path == "/decide") {
+      started_.count_down();
+      released_.wait();
+    }
     if (head.path == "/refuse") {
       admission.refusal = errorReply({403, "REFUSED", "No."}, head.id);
     } else if (head.path == "/wait" || head.path == "/password") {
@@ -171,6 +176,40 @@ TEST_F(HttpServerTest, BodiesPastTheLimitAreRefusedUnread) {
   }
   const std::string largest(100'000, 'x');
   EXPECT_EQ(send(port_, {.method = "POST", .path = "/echo", .body = largest}).body.size(), 100'002u);
+}
+
+TEST_F(HttpServerTest, BodiesTogetherTakeOnlySoMuch) {
+  start({.bodies = 150'000});
+  const std::string large(90'000, 'x');
+  RawConnection holder(port_);
+  holder.write("POST /echo HTTP/1.1\r\nHost: x\r\nContent-Length: 90001\r\n\r\n" + large);
+  Answer answer{.status = 200};
+  for (int attempt = 0; attempt < 500 && answer.status == 200; ++attempt) {
+    answer = send(port_, {.method = "POST", .path = "/echo", .body = large});
+  }
+  EXPECT_EQ(answer.errorCode(), "BUSY");
+  EXPECT_EQ(answer.status, 503);
+  EXPECT_TRUE(answer.headers.contains("retry-after"));
+  RawConnection undeclared(port_);
+  undeclared.write("POST /echo HTTP/1.1\r\nHost: x\r\nTransfer-Encoding: chunked\r\n\r\n15f90\r\n" + large +
+                   "\r\n0\r\n\r\n");
+  EXPECT_TRUE(undeclared.read("}").starts_with("HTTP/1.1 503"));
+  expectOthersServed();
+  holder.write("y");
+  EXPECT_TRUE(holder.read("y\"").starts_with("HTTP/1.1 200"));
+  EXPECT_EQ(send(port_, {.method = "POST", .path = "/echo", .body = large}).status, 200) << "room again";
+}
+
+TEST_F(HttpServerTest, ADecisionThatTakesLongHoldsUpNobody) {
+  start();
+  auto waiting =
+      std::async(std::launch::async, [this] { return send(port_, {.method = "POST", .path = "/decide"}); });
+  application_.started_.wait();
+  expectOthersServed();
+  auto ending = std::async(std::launch::async, [this] { server_.reset(); });
+  EXPECT_EQ(waiting.get().errorCode(), "UNAVAILABLE");
+  application_.released_.count_down();
+  ending.get();
 }
 
 TEST_F(HttpServerTest, RefusedRequestsAreReadToTheirEnd) {

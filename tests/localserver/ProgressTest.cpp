@@ -61,7 +61,9 @@ TEST_F(ProgressTest, AnotherPlanHasAnotherAllowance) {
   const json account = me(token).json();
   EXPECT_EQ(account["plan"], json({{"id", "team"}, {"displayName", "The team"}, {"minutesPerMonth", 2}}));
   EXPECT_EQ(get("/me/usage", token).json()["plan"]["id"], "team");
-  EXPECT_TRUE(plan("ann@example.org", "no longer sold"));
+  EXPECT_THROW(plan("ann@example.org", "taem"), StorageFailure);
+  start(word_);
+  EXPECT_THROW(plan("ann@example.org", "team"), StorageFailure) << "it is no longer sold";
   EXPECT_EQ(me(token).json()["plan"]["id"], "self-hosted");
 }
 

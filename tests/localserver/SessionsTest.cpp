@@ -1,6 +1,8 @@
-// How tokens follow one another, and what happens to a stolen one.
+// How sign-ins begin, how tokens follow one another, and what happens to a stolen one.
 #include <gtest/gtest.h>
 
+#include "localserver/Accounts.h"
+#include "localserver/ApiError.h"
 #include "localserver/Secrets.h"
 #include "localserver/Sessions.h"
 #include "localserver/SqliteStorage.h"
@@ -10,6 +12,18 @@ namespace pell::localserver {
 namespace {
 
 using pell::testing::TemporaryDirectory;
+
+/// Lets something happen between two operations, as another thread could.
+class InterruptedStorage : public SqliteStorage {
+ public:
+  using SqliteStorage::SqliteStorage;
+  std::optional<UserRecord> userByEmail(const std::string& email) override {
+    auto user = SqliteStorage::userByEmail(email);
+    meanwhile();
+    return user;
+  }
+  std::function<void()> meanwhile = [] {};
+};
 
 class SessionsTest : public ::testing::Test {
  protected:
@@ -25,7 +39,7 @@ class SessionsTest : public ::testing::Test {
 
   UnixSeconds now_ = 1'700'000'000;
   TemporaryDirectory directory_;
-  SqliteStorage storage_{directory_.path() / "server.db"};
+  InterruptedStorage storage_{directory_.path() / "server.db"};
   Sessions sessions_{storage_, [this] { return now_; }};
 };
 
@@ -50,6 +64,38 @@ TEST_F(SessionsTest, OfTwoSuccessorsOnlyTheOneUsedFirstIsGood) {
   EXPECT_NE(rotate(one), "refused");
   EXPECT_EQ(rotate(other), "refused");
   EXPECT_EQ(rotate(one), "refused") << "the sign-in has ended";
+}
+
+TEST_F(SessionsTest, NoSignInOutlivesWhatItsPasswordWasGoodFor) {
+  const Passwords passwords(PasswordCost::least());
+  ServerLog log(nullptr);
+  const WallNow now = [this] { return now_; };
+  MailedLinks links({.storage = storage_,
+                     .passwords = passwords,
+                     .log = log,
+                     .now = now,
+                     .folder = directory_.path() / "outbox",
+                     .sender = "pell@example.org",
+                     .publicUrl = "http://127.0.0.1"});
+  Accounts accounts(
+      {.storage = storage_, .sessions = sessions_, .passwords = passwords, .links = links, .now = now});
+  const UserRecord ann{
+      .id = "u2", .email = "ann@example.org", .passwordHash = passwords.hash("correct horse")};
+  const auto outcome = [&](const std::function<void()>& meanwhile) -> std::string {
+    storage_.removeUser(ann.id);
+    storage_.addUser(ann);
+    storage_.meanwhile = meanwhile;
+    try {
+      return accounts.signIn(ann.email, "correct horse").user.passwordHash;
+    } catch (const Refusal& refusal) {
+      return refusal.error().code;
+    }
+  };
+  UserRecord reset = ann;
+  reset.passwordHash = passwords.hash("another horse");
+  EXPECT_EQ(outcome([] {}), ann.passwordHash);
+  EXPECT_EQ(outcome([&] { storage_.updateUser(reset); }), "INVALID_CREDENTIALS");
+  EXPECT_EQ(outcome([&] { storage_.removeUser(ann.id); }), "INVALID_CREDENTIALS");
 }
 
 TEST_F(SessionsTest, TokensExpire) {

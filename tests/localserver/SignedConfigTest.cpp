@@ -45,6 +45,11 @@ TEST_F(SignedConfigTest, WhatTheApplicationWouldNotUnderstandIsNotSigned) {
                              R"({"minimumSupportedVersion":"1","issuedAt":"2025-01-01T00:00:00Z"})"};
   for (const char* document : documents) EXPECT_THROW(sign(document), ConfigFailure) << document;
   EXPECT_EQ(served().status, 404);
+  std::ofstream(directory_.path() / "good.json") << R"({"minimumSupportedVersion":"1"})";
+  const auto fresh = directory_.path() / "fresh/data/";
+  run({"config", "sign", directory_.path() / "good.json", "--key", key_, "--data", fresh});
+  ASSERT_EQ(stat(fresh.c_str(), &information), 0);
+  EXPECT_EQ(information.st_mode & 0777, 0700u) << "the database may come to lie beside it";
   chmod(key_.c_str(), 0644);
   EXPECT_THROW(sign(R"({"minimumSupportedVersion":"1"})"), ConfigFailure) << "others could read the key";
   std::ofstream(key_) << "not a key";
