@@ -137,10 +137,15 @@ TEST(EditableText, JoinsWhatWasTypedInOneGo) {
   const Act line = [](auto& view) { view.pressReturn(); };
   const Act back = [](auto& view) { view.backspace(); };
   const Act away = [](auto& view) { view.select({.location = 1}); };
-  const Act home = [](auto& view) { view.select({.location = 2}); };
+  const Act home = [](auto& view) { view.select({.location = view.document().storage().length()}); };
   const Act same = [](auto& view) { view.select(view.document().selectedRange()); };
   const Act direct = [](auto& view) {
     view.document().replaceCharacters(view.document().selectedRange(), AttributedText(u"-", with(400)));
+  };
+  const Act bold = [](auto& view) {
+    EXPECT_TRUE(view.document().shouldChangeText({}, std::nullopt));
+    view.document().changeAttributes({.location = 0, .length = 1}, [](auto& old) { old = with(700); });
+    view.document().didChangeText();
   };
   const Act empty = [](auto& view) {
     EXPECT_TRUE(view.document().shouldChangeText({}, std::nullopt));
@@ -153,10 +158,12 @@ TEST(EditableText, JoinsWhatWasTypedInOneGo) {
       {"elsewhere and back", {word, away, home, word}, {"abword", "ab"}},
       {"an edit that is no step belongs to the last", {word, direct, word}, {"abword-", "ab"}},
       {"an edit that is no step, where none is before", {direct, word}, {"ab-"}},
-      {"a step without a change", {word, empty}, {"ab"}},
+      {"a step without a change", {word, empty, direct}, {"ab"}},
+      {"another step without moving", {word, bold, word}, {"abword", "abword", "ab"}},
   };
   for (const Case& one : cases) {
     MemoryTextView view;
+    view.type(u"the note before");
     view.document().setAttributedString(RichText::bodyParagraph("ab"));
     view.select({.location = 2});
     for (const Act& act : one.acts) act(view);
@@ -205,6 +212,10 @@ TEST(EditableText, TypesOnAsTheTextBeforeIs) {
   text.insertText(u"x", {.location = 15});
   text.insertText(u"", {.location = 15, .length = 1});
   EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "and keeps it when it is emptied";
+  text.setSelectedRange({.location = 2});
+  text.replaceCharacters({.location = 15}, AttributedText(u"other\n", with(400, 22)));
+  text.setSelectedRange({.location = 21});
+  EXPECT_TRUE(text.typingAttributes() == with(400, 22)) << "another last paragraph";
   text.setSelectedRange({.location = 2});
   text.setTypingAttributes(with(400));
   text.insertText(u"x\n", {.location = 2});
