@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "contracts/World.h"
+#include "editor/Described.h"
 #include "editor/RichText.h"
 #include "editor/TextView.h"
 #include "editor/Utf16.h"
@@ -61,38 +62,6 @@ inline AttributedText asSeen(const AttributedText& text) {
     }
   });
   return seen;
-}
-
-/// For messages: each run with what can be told of it in a line.
-inline std::string described(const AttributedText& text) {
-  std::string lines;
-  text.forEachRun({.location = 0, .length = text.length()}, [&](const AttributedText::Run& run) {
-    const TextAttributes& with = run.attributes;
-    lines += "\n[" + text.utf8(run.range) + "]";
-    if (with.font) lines += " " + with.font->family + " " + std::to_string(with.font->size);
-    if (with.font) lines += " w" + std::to_string(with.font->weight) + (with.font->italic ? " italic" : "");
-    const auto colour = [&](const char* name, const std::optional<TextColour>& of) {
-      if (!of) return;
-      const bool isNamed = of->index() == 0;
-      const Rgb value = isNamed ? rgb(std::get<0>(*of), Appearance::light) : std::get<1>(*of);
-      lines += std::string(name) + (isNamed ? "*" : "") + std::to_string(value.red) + "," +
-               std::to_string(value.green) + "," + std::to_string(value.blue);
-    };
-    colour(" ink ", with.foreground);
-    colour(" on ", with.background);
-    if (with.underline) lines += " underline " + std::to_string(*with.underline);
-    if (with.strikethrough) lines += " strike " + std::to_string(*with.strikethrough);
-    if (with.link) lines += " to " + *with.link;
-    if (!with.paragraphStyle) return;
-    const ParagraphStyle& style = *with.paragraphStyle;
-    lines += " {" + std::to_string(style.lineHeight);
-    for (double length : {style.spacing, style.firstLineIndent, style.headIndent, style.tailIndent}) {
-      lines += " " + std::to_string(length);
-    }
-    for (double stop : style.tabStops) lines += " tab " + std::to_string(stop);
-    lines += "}";
-  });
-  return lines;
 }
 
 /// Remembers what it was asked and told, and answers as it was told to.
