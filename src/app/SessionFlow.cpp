@@ -60,6 +60,7 @@ Task<void> SessionFlow::start() {
   with_.editing.reloadNotes();
   with_.history.reload();
   with_.styles.loadCached();
+  const int openedBefore = sessionsOpened_;
   std::optional<Account> account;
   try {
     account = co_await with_.api.account();
@@ -69,13 +70,14 @@ Task<void> SessionFlow::start() {
   if (account) {
     with_.state.account = std::move(account);
     co_await settleIn();
-  } else {
-    co_await startWithoutSession();
+    co_return;
   }
+  const Keychain::ReadOutcome read = co_await with_.api.lastRefreshTokenRead();
+  // While this asked, a form may have opened the session that it did not find.
+  if (sessionsOpened_ == openedBefore) startWithoutSession(read);
 }
 
-Task<void> SessionFlow::startWithoutSession() {
-  const Keychain::ReadOutcome read = co_await with_.api.lastRefreshTokenRead();
+void SessionFlow::startWithoutSession(Keychain::ReadOutcome read) {
   if (read == Keychain::ReadOutcome::timedOut) with_.state.banner = with_.banners.signInUnread;
   if (with_.onboarding.completed()) {
     with_.state.screen = Screen::signedOut;
@@ -99,6 +101,7 @@ Task<std::optional<std::string>> SessionFlow::enterWith(Task<AccountSummary> ope
     co_await std::move(opening);
     auto account = co_await with_.api.account();
     with_.state.account = std::move(account);
+    ++sessionsOpened_;
   } catch (const std::exception& failure) {
     refusal = failure.what();
   }

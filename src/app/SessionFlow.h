@@ -73,13 +73,14 @@ class SessionFlow {
  private:
   Task<std::optional<std::string>> enterWith(Task<AccountSummary> opening);
   Task<void> settleIn();
-  Task<void> startWithoutSession();
+  void startWithoutSession(Keychain::ReadOutcome read);
   void enterPostSessionScreen();
   void forgetAccount();
   void noteUnverifiedEmail();
   void clearUnverifiedEmailNudge();
 
   Collaborators with_;
+  int sessionsOpened_ = 0;  // by a form, since the program began
   std::optional<Instant> lastActivationRecheck_;
 };
 

@@ -169,7 +169,7 @@ Task<AccountSummary> ApiClient::openSession(std::string path, std::string email,
 Task<void> ApiClient::endSession() {
   try {
     co_await postRaw("/api/v1/auth/logout", std::nullopt, true);
-  } catch (const Failure&) {
+  } catch (const std::exception&) {
     // Signed out here all the same.
   }
   forgetSession();
@@ -333,15 +333,21 @@ Task<ApiClient::Token> ApiClient::performRefresh() {
             .body = body.dump(),
             .contentType = std::string(jsonContentType),
             .authenticated = false};
+  std::optional<Session> session;
   try {
-    store(co_await exchange<Session>(std::move(call)));
-    co_return accessToken_;
+    session = co_await exchange<Session>(std::move(call));
   } catch (const Failure& failure) {
     const auto* api = std::get_if<Failure::Api>(&failure.content());
     if (!api || api->status != 401) throw;
   }
-  forgetSession();
-  co_return std::nullopt;
+  // Somebody may have signed in meanwhile: that session stands.
+  if (Token token = freshToken()) co_return token;
+  if (session) {
+    store(*session);
+  } else {
+    forgetSession();
+  }
+  co_return accessToken_;
 }
 
 void ApiClient::store(const Session& session) {

@@ -118,6 +118,28 @@ TEST(SessionFlowTest, SigningInWhileTheStartIsStillReadingEndsSignedIn) {
   EXPECT_FALSE(world.model().usage().isLoading().get());
 }
 
+TEST(SessionFlowTest, AStartThatFindsNoSessionLeavesTheOneThatWasOpenedMeanwhile) {
+  for (const bool isSlowKeychain : {true, false}) {
+    ModelWorld world;
+    world.rememberSession();
+    world.desk.secureItems.blocked = isSlowKeychain;
+    world.server["POST /api/v1/auth/refresh"] = {
+        .status = 401, .body = errorJson("UNAUTHORIZED", 401), .delay = Seconds(2)};
+    world.open();
+    world.begin(world.model().session().start());
+    world.desk.time.advance(Seconds(0.5));
+    world.begin(world.model().session().signIn("me@example.com", "secret"));
+    world.desk.time.advance(Seconds(3));
+    EXPECT_EQ(world.desk.log.count("keychain_read_timed_out"), isSlowKeychain ? 1u : 0u);
+    EXPECT_EQ(world.state().screen.get(), Screen::ready);
+    EXPECT_EQ(world.state().banner.get(), std::nullopt);
+    EXPECT_EQ(world.desk.secureItems.item("com.pell.dictation", "refresh-token"), "refresh-first");
+    world.server["GET /api/v1/me"].offline = true;
+    world.run(world.model().session().start());
+    EXPECT_EQ(world.state().screen.get(), Screen::signedOut) << "a later start goes by what it finds";
+  }
+}
+
 TEST(SessionFlowTest, ALostSessionSignsOutWhereSomebodyIsSignedIn) {
   struct Case {
     Screen screen;
