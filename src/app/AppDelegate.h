@@ -78,6 +78,7 @@ class AppDelegate {
   AppModel& model() { return model_; }
   DictationController& dictation() { return dictation_; }
   ApiClient& api() { return api_; }
+  Keychain& keychain() { return keychain_; }
   CelebrationCentre& celebrations() { return celebrations_; }
   AppSettings& settings() { return settings_; }
   const AppConfig& config() const { return config_; }

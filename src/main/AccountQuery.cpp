@@ -58,8 +58,8 @@ Task<ControlReply> answerAboutAccount(ApiClient& api, ControlRequest request) {
   ControlReply reply;
   try {
     reply = co_await read(api, wanted, request.argument == asJson);
-  } catch (const ApiClient::Failure& failure) {
-    reply = {.ok = false, .message = failure.description()};
+  } catch (const std::exception& failure) {
+    reply = {.ok = false, .message = failure.what()};
   }
   co_return reply;
 }

@@ -61,7 +61,7 @@ class Application {
         words_(linuxWords()),
         platform_(platform),
         delegate_(platform.record()),
-        window_([this] { delegate_.permissions().requestAccessibility(); }),
+        window_([this] { delegate_.model().permissions().beginAccessibilityRequest(); }),
         tray_(platform.main(), {.toggle = [this] { delegate_.dictation().toggle(); },
                                 .cancel = [this] { delegate_.route(HotKeyMonitor::Event::cancel); },
                                 .open = [this] { openWindow(); },
@@ -153,7 +153,7 @@ class Application {
   }
 
   Task<void> answerSession(ControlRequest request, ControlServer::Answer answer) {
-    ControlReply reply = co_await changeSession(delegate_.model(), std::move(request));
+    ControlReply reply = co_await changeSession(delegate_.model(), delegate_.keychain(), std::move(request));
     answer(std::move(reply));
   }
 

@@ -25,31 +25,9 @@ ControlReply opened(const ControlRequest& request, const std::string& email) {
 
 ControlReply ended() { return {.ok = true, .message = "Signed out."}; }
 
-/// The same without an application, for which nothing else is to be read or shown.
-Task<ControlReply> changeSession(ApiClient& api, const ControlRequest& request) {
-  ControlReply reply;
-  try {
-    if (request.command == signOutWord) {
-      co_await api.signOut();
-      reply = ended();
-    } else if (request.command == registerWord) {
-      AccountSummary user = co_await api.registerAccount(request.argument, request.password);
-      reply = opened(request, user.email);
-    } else {
-      AccountSummary user = co_await api.signIn(request.argument, request.password);
-      reply = opened(request, user.email);
-    }
-  } catch (const ApiClient::Failure& failure) {
-    reply = {.ok = false, .message = failure.description()};
-  }
-  co_return reply;
-}
-
 /// A sign-in that the keyring did not take ends with this process.
-Task<ControlReply> changeAndVerify(ApiClient& api, Keychain& keychain, ControlRequest request) {
-  const bool opensSession = request.command != signOutWord;
-  ControlReply reply = co_await changeSession(api, request);
-  if (!reply.ok || !opensSession) co_return reply;
+Task<ControlReply> verified(ControlReply reply, Keychain& keychain) {
+  if (!reply.ok) co_return reply;
   Keychain::Read kept =
       co_await keychain.get(std::string(Keychain::refreshTokenAccount), Keychain::readTimeout);
   if (!kept.value) {
@@ -57,6 +35,27 @@ Task<ControlReply> changeAndVerify(ApiClient& api, Keychain& keychain, ControlRe
              .message = "The server accepted the sign-in, but the keyring did not keep it. Is it locked?"};
   }
   co_return reply;
+}
+
+/// The same without an application, for which nothing else is to be read or shown.
+Task<ControlReply> changeSession(ApiClient& api, Keychain& keychain, ControlRequest request) {
+  ControlReply reply;
+  try {
+    if (request.command == signOutWord) {
+      co_await api.signOut();
+      co_return ended();
+    }
+    AccountSummary user;
+    if (request.command == registerWord) {
+      user = co_await api.registerAccount(request.argument, request.password);
+    } else {
+      user = co_await api.signIn(request.argument, request.password);
+    }
+    reply = opened(request, user.email);
+  } catch (const std::exception& failure) {
+    reply = {.ok = false, .message = failure.what()};
+  }
+  co_return co_await verified(reply, keychain);
 }
 
 Task<void> deliver(Task<ControlReply> task, std::promise<ControlReply>& promise) {
@@ -77,7 +76,7 @@ bool changesSession(const ControlRequest& request) {
   return request.command == registerWord || request.command == signInWord || request.command == signOutWord;
 }
 
-Task<ControlReply> changeSession(AppModel& model, ControlRequest request) {
+Task<ControlReply> changeSession(AppModel& model, Keychain& keychain, ControlRequest request) {
   model.banners().dismiss();  // it may say that a sign-in is wanted, and here it comes
   if (request.command == signOutWord) {
     co_await model.session().signOut();
@@ -91,7 +90,8 @@ Task<ControlReply> changeSession(AppModel& model, ControlRequest request) {
   }
   if (refusal) co_return ControlReply{.ok = false, .message = *refusal};
   const auto& account = model.state().account.get();
-  co_return opened(request, account ? account->email : request.argument);
+  ControlReply reply = opened(request, account ? account->email : request.argument);
+  co_return co_await verified(std::move(reply), keychain);
 }
 
 ControlReply withClientOfItsOwn(const ServerWork& work) {
@@ -114,7 +114,7 @@ ControlReply withClientOfItsOwn(const ServerWork& work) {
 
 ControlReply changeSessionHere(const ControlRequest& request) {
   return withClientOfItsOwn(
-      [&request](ApiClient& api, Keychain& keychain) { return changeAndVerify(api, keychain, request); });
+      [&request](ApiClient& api, Keychain& keychain) { return changeSession(api, keychain, request); });
 }
 
 }  // namespace pell

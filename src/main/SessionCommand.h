@@ -18,8 +18,8 @@ ControlRequest controlRequest(const SignInCommand& command, std::string password
 ControlRequest controlRequest(const SignOutCommand& command);
 
 /// Registers, signs in or signs out as `request` says, as a form of the application would, and words the
-/// outcome.
-Task<ControlReply> changeSession(AppModel& model, ControlRequest request);
+/// outcome. A session that the keychain did not keep is a failure: it ends with the process.
+Task<ControlReply> changeSession(AppModel& model, Keychain& keychain, ControlRequest request);
 
 /// True for the requests that `changeSession` answers.
 bool changesSession(const ControlRequest& request);
