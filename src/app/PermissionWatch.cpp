@@ -111,13 +111,22 @@ void PermissionWatch::requestMicrophoneAccess() {
     applyMicrophoneStatus(status);
     return;
   }
-  with_.permissions.requestMicrophone([this, alive = std::weak_ptr(alive_),
-                                       &main = with_.main](bool granted) {
-    main.post([this, alive, granted] {
-      if (alive.expired()) return;
-      applyMicrophoneStatus(granted ? MicrophoneAuthorization::authorized : MicrophoneAuthorization::denied);
-    });
-  });
+  with_.permissions.requestMicrophone(
+      [this, alive = std::weak_ptr(alive_), &main = with_.main](bool granted) {
+        main.post([this, alive, granted] {
+          if (!alive.expired()) microphoneAnswered(granted);
+        });
+      });
+}
+
+void PermissionWatch::microphoneAnswered(bool granted) {
+  const bool isOpen = with_.permissions.microphoneStatus() == MicrophoneAuthorization::notDetermined;
+  if (!granted || !isOpen) {
+    applyMicrophoneStatus(granted ? MicrophoneAuthorization::authorized : MicrophoneAuthorization::denied);
+  } else if (isOnStep<step::Microphone>() && !with_.permissions.hasMicrophoneDevice()) {
+    // Nobody refused, as nobody was there who could: the user is to look for a microphone first.
+    enter(step::Microphone{PermissionState::noDevice});
+  }
 }
 
 void PermissionWatch::applyMicrophoneStatus(MicrophoneAuthorization status) {
@@ -150,6 +159,8 @@ void PermissionWatch::recheckMicrophoneDevice() {
 void PermissionWatch::beginAccessibilityRequest() {
   with_.permissions.requestAccessibility();
   with_.permissions.openAccessibilitySettings();
+  // On other screens nothing follows from the grant, and nobody would take the coaching away again.
+  if (!isOnStep<step::Accessibility>() && !isScreenReady()) return;
   with_.onboarding.setHUDCoaching(OnboardingModel::HUDCoaching{
       .title = with_.words("Find Pell in the list"),
       .subtitle = with_.words("Switch it on in System Settings. Pell will notice by itself."),

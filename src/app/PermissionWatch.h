@@ -72,6 +72,7 @@ class PermissionWatch {
   void forgetBaselineOf(const OnboardingStep& step);
   void accessibilityGranted();
   void noticeReauthorization(ReauthKind kind, bool granted);
+  void microphoneAnswered(bool granted);
   void applyMicrophoneStatus(MicrophoneAuthorization status);
   Task<void> closeGranted();
   Task<void> noticeStuck();

@@ -24,7 +24,8 @@ class Permissions {
   /// Asks for the accessibility grant, with the platform's prompt. True if it was there already.
   bool requestAccessibility();
 
-  /// Asks the user for the microphone. The answer may come on any thread, once.
+  /// Asks the user for the microphone. The answer may come on any thread, once; false only where access was
+  /// refused.
   void requestMicrophone(std::function<void(bool granted)> answer);
 
   /// Open the places where the user can grant these by hand. A place that does not open goes unnoticed.

@@ -58,7 +58,9 @@ class AudioCapture {
   /// True if there is a microphone to record from. Cached; cheap.
   virtual bool hasDefaultDevice() const = 0;
 
-  /// Asks the user. The answer may come on any thread, once.
+  /// Asks the user. The answer may come on any thread, once; it is false only where access was refused. Where
+  /// nobody could decide, as with no sound server, `authorization` stays undetermined and a recording tells
+  /// what is missing.
   virtual void requestAccess(std::function<void(bool granted)> answer) = 0;
 
   /// Prepares a recording into `file`, which exists afterwards and holds nothing yet. It is the user's alone

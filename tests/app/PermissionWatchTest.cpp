@@ -118,6 +118,9 @@ TEST_F(PermissionWatchTest, OnOtherScreensChangesAreOnlyRemembered) {
       EXPECT_EQ(desk.state.lastKnownAccessibility, there);
     }
   }
+  desk.watch->beginAccessibilityRequest();
+  EXPECT_EQ(desk.platform.accessibility.trustRequests, 1);
+  EXPECT_FALSE(desk.onboarding.hudCoaching()) << "nobody would take it away";
   desk.becomeReady();
   desk.poll();
   EXPECT_TRUE(desk.isAt(step::Account{}));
@@ -198,6 +201,17 @@ TEST_F(PermissionWatchTest, TheMicrophoneIsAskedForOnceAndItsAnswerDecides) {
     EXPECT_TRUE(fresh.isAt(step));
     fresh.poll();
     EXPECT_TRUE(fresh.isAt(step)) << "all was done before the poll";
+  }
+  // Nobody decided: there was no server of sounds to ask.
+  for (const bool hasDevice : {true, false}) {
+    Desk fresh;
+    fresh.platform.audio.status = Status::notDetermined;
+    fresh.enter(step::Microphone{});
+    fresh.platform.audio.hasDevice = hasDevice;
+    fresh.watch->requestMicrophoneAccess();
+    fresh.platform.audio.answerUndecided();
+    fresh.platform.time.runReady();
+    EXPECT_TRUE(fresh.isAt(step::Microphone{hasDevice ? State::explaining : State::noDevice}));
   }
   // In the repair sheet.
   desk.becomeReady();

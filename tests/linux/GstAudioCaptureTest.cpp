@@ -198,6 +198,10 @@ TEST(GstAudioCapture, TakesAMicrophoneForGrantedUntilTheServerHasTold) {
   server.end();
   GstAudioCapture capture(loop, defaults, Log(log));
   EXPECT_TRUE(loop.runUntil([&] { return !capture.hasDefaultDevice(); }, Seconds(5)));
+  std::optional<bool> answer;
+  capture.requestAccess([&](bool granted) { answer = granted; });
+  EXPECT_TRUE(loop.runUntil([&] { return answer.has_value(); }, Seconds(5)));
+  EXPECT_EQ(capture.authorization(), MicrophoneAuthorization::notDetermined) << "nobody was there to decide";
 }
 
 }  // namespace

@@ -43,6 +43,10 @@ class MemoryAudioCapture final : public AudioCapture {
     status = granted ? MicrophoneAuthorization::authorized : MicrophoneAuthorization::denied;
     for (auto& answer : std::exchange(prompts_, {})) answer(granted);
   }
+  /// Nobody is there who could decide.
+  void answerUndecided() {
+    for (auto& answer : std::exchange(prompts_, {})) answer(true);
+  }
   bool isAsking() const { return !prompts_.empty(); }
 
   /// The microphone is unplugged.

@@ -136,7 +136,6 @@ void GstAudioCapture::requestAccess(std::function<void(bool granted)> answer) {
       auto self = weak.lock();
       if (self && access == PulseSources::Access::granted) (*self)->remember();
       if (self && access == PulseSources::Access::refused) (*self)->awaitAllowance();
-      // Without a server or a microphone nothing was refused; the recording itself tells what is missing.
       answer(access != PulseSources::Access::refused);
     });
   });

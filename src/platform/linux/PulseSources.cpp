@@ -11,6 +11,7 @@ namespace {
 constexpr Seconds firstRetry{0.25};
 constexpr Seconds longestRetry{5};
 constexpr Seconds accessLimit{2};
+constexpr Seconds betweenAttempts{5};
 
 timeval after(Seconds delay) {
   timeval when{};
@@ -60,6 +61,7 @@ PulseSources::~PulseSources() {
     }
   }
   if (retry_) api->time_free(retry_);
+  if (again_) api->time_free(again_);
   if (context_) {
     pa_context_set_state_callback(context_, nullptr, nullptr);
     pa_context_disconnect(context_);
@@ -151,16 +153,40 @@ void PulseSources::list() {
 void PulseSources::onReady() {
   list();
   if (attempt_) startAttempt();
-  if (!allowed_) return;
-  beginAttempt([this](Access access) {
-    if (access != Access::granted) return;
-    if (auto allowed = std::exchange(allowed_, nullptr)) allowed();
-  });
+  awaitAllowance();
 }
 
 void PulseSources::whenAllowed(std::function<void()> allowed) {
   LoopLock lock(loop_);
   allowed_ = std::move(allowed);
+  tryAgainLater();
+}
+
+void PulseSources::awaitAllowance() {
+  if (!allowed_) return;
+  beginAttempt([this](Access access) {
+    if (access != Access::granted) {
+      tryAgainLater();
+    } else if (auto allowed = std::exchange(allowed_, nullptr)) {
+      allowed();
+    }
+  });
+}
+
+/// A server that refuses a capture and keeps the connection tells nobody when it has changed its mind.
+void PulseSources::tryAgainLater() {
+  if (again_ || pa_context_get_state(context_) != PA_CONTEXT_READY) return;
+  auto* api = pa_threaded_mainloop_get_api(loop_);
+  const timeval when = after(betweenAttempts);
+  again_ = api->time_new(
+      api, &when,
+      [](pa_mainloop_api* loopApi, pa_time_event* event, const timeval*, void* data) {
+        auto* self = static_cast<PulseSources*>(data);
+        loopApi->time_free(event);
+        self->again_ = nullptr;
+        self->awaitAllowance();
+      },
+      this);
 }
 
 void PulseSources::tryAccess(std::function<void(Access)> answer) {
@@ -199,7 +225,10 @@ void PulseSources::startAttempt() {
       [](pa_stream* stream, void* data) {
         auto& self = *static_cast<PulseSources*>(data);
         const auto state = pa_stream_get_state(stream);
-        if (state == PA_STREAM_READY) self.finishAttempt(Access::granted);
+        if (state == PA_STREAM_READY) {
+          self.refused_ = false;
+          self.finishAttempt(Access::granted);
+        }
         if (state != PA_STREAM_FAILED) return;
         self.noteRefusal();
         self.finishAttempt(self.refused_ ? Access::refused : Access::unknown);

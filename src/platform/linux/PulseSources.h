@@ -36,8 +36,8 @@ class PulseSources {
   /// thread of the sound server's client or inside the call.
   void tryAccess(std::function<void(Access)> answer);
 
-  /// Tries again with each connection to the server, until a capture was allowed; then calls `allowed`, once,
-  /// on a thread of the sound server's client.
+  /// Tries again with each connection to the server, and every few seconds while one stands, until a capture
+  /// was allowed; then calls `allowed`, once, on a thread of the sound server's client.
   void whenAllowed(std::function<void()> allowed);
 
  private:
@@ -48,6 +48,8 @@ class PulseSources {
   void onContextState();
   void onReady();
   void noteRefusal();
+  void awaitAllowance();
+  void tryAgainLater();
   void beginAttempt(std::function<void(Access)> answer);
   void startAttempt();
   void finishAttempt(Access access);
@@ -61,6 +63,7 @@ class PulseSources {
   pa_threaded_mainloop* loop_ = nullptr;
   pa_context* context_ = nullptr;
   pa_time_event* retry_ = nullptr;
+  pa_time_event* again_ = nullptr;
   Seconds retryDelay_{};
   int counted_ = 0;
   std::unique_ptr<Attempt> attempt_;
