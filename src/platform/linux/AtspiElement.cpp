@@ -20,16 +20,21 @@ AccessibilityReading textReading(std::string_view text) {
   return {AccessibilityError::success, std::string(text)};
 }
 
-/// The address that a document states; `noValue` when it has none that a user could have gone to. Gecko's
-/// own window is a document too, with a chrome: address.
+// By which attribute of a document each family of browsers tells its address.
+constexpr const char* geckosAddress = "DocURL";
+constexpr const char* chromiumsAddress = "URI";
+
+/// The address that a document states; `noValue` when it has none that a user could have gone to. Gecko's own
+/// window is a document too, with a chrome: address; Chromium has pages with such addresses.
 AtspiAnswer<std::string> addressOf(const AtspiObject& object) {
   auto interfaces = object.interfaces();
   if (!interfaces) return {interfaces.error, {}};
   if (!interfaces.value.document) return {AccessibilityError::noValue, {}};
-  for (const char* name : {"DocURL", "URI"}) {
+  for (const char* name : {geckosAddress, chromiumsAddress}) {
     auto value = object.documentAttribute(name);
     if (value.error == AccessibilityError::cannotComplete) return value;
-    if (value && !value.value.empty() && !value.value.starts_with("chrome:")) return value;
+    const bool isGeckosWindow = name == geckosAddress && value.value.starts_with("chrome:");
+    if (value && !value.value.empty() && !isGeckosWindow) return value;
   }
   return {AccessibilityError::noValue, {}};
 }
