@@ -25,8 +25,8 @@ void HistoryList::reload() {
   try {
     records_ = with_.dictations->search(query_.get());
     reloadStats();
-  } catch (const Database::Failure& failure) {
-    with_.log.warn("history_read_failed", {{"reason", failure.message()}});
+  } catch (const std::exception& failure) {
+    with_.log.warn("history_read_failed", {{"reason", failure.what()}});
   }
 }
 
@@ -90,8 +90,8 @@ void HistoryList::clear() {
 void HistoryList::act(const std::function<void()>& action) {
   try {
     action();
-  } catch (const Database::Failure& failure) {
-    with_.state.banner = failure.message();
+  } catch (const std::exception& failure) {
+    with_.state.banner = failure.what();
   }
 }
 

@@ -8,6 +8,19 @@ namespace pell {
 
 namespace fs = std::filesystem;
 
+namespace {
+
+/// Nobody on the worker could catch what is thrown there: it is one more way for a copy to fail.
+AppTranslocation::Move copied(const Installation& installation) {
+  try {
+    return AppTranslocation::copyToApplications(*installation.mover, installation.bundle);
+  } catch (const std::exception& failure) {
+    return AppTranslocation::CopyFailed{failure.what()};
+  }
+}
+
+}  // namespace
+
 Relocation::Relocation(Collaborators collaborators) : with_(std::move(collaborators)) {}
 
 void Relocation::noticeInstallLocation(Placement placement) {
@@ -22,9 +35,7 @@ Task<void> Relocation::moveToApplications() {
   relocation_ = relocation::Working{};
   if (!worker_) worker_ = with_.makeSerialExecutor("relocation");
   OneShot<AppTranslocation::Move> outcome;
-  worker_->post([outcome, installation = with_.installation] {
-    outcome.set(AppTranslocation::copyToApplications(*installation.mover, installation.bundle));
-  });
+  worker_->post([outcome, installation = with_.installation] { outcome.set(copied(installation)); });
   AppTranslocation::Move move = co_await outcome;
   conclude(move);
 }

@@ -113,6 +113,9 @@ TEST_F(RelocationTest, SaysWhyItCouldNotMove) {
     EXPECT_EQ(shown(), RelocationState(relocation::Failed{message}));
     EXPECT_EQ(desk.log.lines("relocation_failed").at(0)["error"], message);
   }
+  mover.thrown = std::make_exception_ptr(std::runtime_error("out of threads"));
+  move();
+  EXPECT_EQ(shown(), RelocationState(relocation::Failed{"out of threads"}));
   mover.commands.clear();
   mover.present.insert(target);
   move();

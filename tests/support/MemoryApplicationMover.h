@@ -1,5 +1,6 @@
 #pragma once
 
+#include <exception>
 #include <set>
 #include <string>
 #include <utility>
@@ -14,6 +15,7 @@ class MemoryApplicationMover final : public ApplicationMover {
  public:
   std::set<std::filesystem::path> present;
   Exit exit;
+  std::exception_ptr thrown;  // by the next `run`
 
   std::vector<std::string> commands;  // tool and arguments, with blanks between
   std::vector<std::filesystem::path> opened;
@@ -24,6 +26,7 @@ class MemoryApplicationMover final : public ApplicationMover {
     std::string command = tool;
     for (const auto& argument : arguments) command += " " + argument;
     commands.push_back(command);
+    if (auto failure = std::exchange(thrown, nullptr)) std::rethrow_exception(failure);
     return exit;
   }
   void open(const std::filesystem::path& application,
