@@ -51,10 +51,6 @@ TEST_F(BannersTest, TheFirstFlashEndsTheCoachingOfTheSecond) {
   EXPECT_EQ(banners.shortTapCoach().get(), "Hold it a little longer. Pell starts listening after a moment.");
   time.advance(Seconds(0.1));
   EXPECT_EQ(banners.shortTapCoach().get(), std::nullopt);
-  banners.flashShortTapCoach();
-  time.block(Seconds(5));  // what is left of the timers runs late
-  time.advance(Seconds(2));
-  EXPECT_EQ(banners.shortTapCoach().get(), std::nullopt);
 }
 
 }  // namespace
