@@ -24,8 +24,9 @@ namespace {
 constexpr std::uint64_t chordFlags = modifier::control | modifier::option;
 constexpr std::uint64_t chordMask = chordFlags | modifier::command;
 
-// Space is typed all the time, and its presses wait for a grab that does not come.
-constexpr std::size_t mostPresses = 8;
+// Space is typed all the time, and its presses wait for a grab that does not come. The chords that came while
+// the thread had to wait for a busy machine are told later and must all have room.
+constexpr std::size_t mostPresses = 64;
 
 // What the tap's thread and the main thread share. Only the main thread touches `callback`.
 struct Delivery {
