@@ -203,70 +203,86 @@ constexpr std::string_view columns =
     "id, text, words, characters, duration, created_at, target_bundle_id, target_app, delivery, "
     "saved_note_id, raw_text, prompt_version_title";
 
+/// The history, the library alone on the same file, and what keeps the work of both from being left out.
+struct Readers {
+  DictationsRepository& history;
+  Bare& bare;
+  std::int64_t sink = 0;
+};
+
+void compareRecent(Readers& readers) {
+  const std::string sql = fmt::format("SELECT {} FROM dictations ORDER BY created_at DESC LIMIT ?", columns);
+  run({.name = "recent",
+       .rounds = 400,
+       .goal = "<= 1.2",
+       .ours = [&] { readers.sink += static_cast<std::int64_t>(readers.history.recent().size()); },
+       .floor =
+           [&] {
+             readers.sink += readers.bare.read(
+                 sql, [](sqlite3_stmt* statement) { sqlite3_bind_int64(statement, 1, 500); });
+           }});
+}
+
+void compareSearching(Readers& readers) {
+  const std::string sql = fmt::format(
+      "SELECT {} FROM dictations WHERE text LIKE ? ESCAPE '\\' ORDER BY created_at DESC LIMIT ?", columns);
+  for (const auto& [name, word] :
+       {std::pair("search-common", "harvest"), std::pair("search-rare", "number 4711 about"),
+        std::pair("search-nothing", "zebra")}) {
+    const std::string pattern = fmt::format("%{}%", word);
+    const std::string query = word;
+    run({.name = name,
+         .rounds = 30,
+         .goal = "<= 1.2",
+         .ours = [&] { readers.sink += static_cast<std::int64_t>(readers.history.search(query).size()); },
+         .floor =
+             [&] {
+               readers.sink += readers.bare.read(sql, [&](sqlite3_stmt* statement) {
+                 sqlite3_bind_text(statement, 1, pattern.c_str(), -1, SQLITE_STATIC);
+                 sqlite3_bind_int64(statement, 2, 500);
+               });
+             }});
+  }
+}
+
+void compareStatistics(Readers& readers) {
+  const auto nothing = [](sqlite3_stmt*) {};
+  const auto readBare = [&] {
+    readers.sink += readers.bare.read(
+        "SELECT COALESCE(target_app, 'Unknown'), COALESCE(target_bundle_id, ''), COUNT(*),"
+        " COALESCE(SUM(words), 0) FROM dictations WHERE target_bundle_id IS NOT NULL"
+        " GROUP BY target_bundle_id, target_app ORDER BY 3 DESC, 1 ASC",
+        nothing);
+    readers.sink += readers.bare.read(
+        "SELECT CAST(strftime('%s', date(created_at, 'unixepoch', 'localtime')) AS REAL),"
+        " COALESCE(SUM(words), 0), COUNT(*) FROM dictations WHERE created_at >= ?"
+        " GROUP BY 1 ORDER BY 1",
+        [](sqlite3_stmt* statement) {
+          sqlite3_bind_double(statement, 1, secondsSince1970(today) - 90 * 86400.0);
+        });
+    readers.sink += readers.bare.read(
+        "SELECT COUNT(*), COALESCE(SUM(words), 0), COALESCE(SUM(duration), 0),"
+        " COUNT(*) FILTER (WHERE delivery IN ('failed', 'none')) FROM dictations",
+        nothing);
+  };
+  run({.name = "statistics",
+       .rounds = 20,
+       .goal = "<= 1.2",
+       .ours = [&] { readers.sink += readers.history.stats().totalWords; },
+       .floor = readBare});
+}
+
 void compareReading(const Scratch& scratch, const WallClock& clock) {
   const fs::path file = scratch.path / "history.db";
   fill(file);
   Database database(file);
   DictationsRepository history(database, clock);
   Bare bare(file);
-  std::int64_t sink = 0;
-
-  run({.name = "recent",
-       .rounds = 400,
-       .goal = "<= 1.2",
-       .ours = [&] { sink += static_cast<std::int64_t>(history.recent().size()); },
-       .floor =
-           [&] {
-             sink +=
-                 bare.read(fmt::format("SELECT {} FROM dictations ORDER BY created_at DESC LIMIT ?", columns),
-                           [](sqlite3_stmt* statement) { sqlite3_bind_int64(statement, 1, 500); });
-           }});
-
-  const std::string searchSql = fmt::format(
-      "SELECT {} FROM dictations WHERE text LIKE ? ESCAPE '\\' ORDER BY created_at DESC LIMIT ?", columns);
-  for (const auto& [name, word] :
-       {std::pair("search-common", "harvest"), std::pair("search-rare", "number 4711 about"),
-        std::pair("search-nothing", "zebra")}) {
-    const std::string pattern = fmt::format("%{}%", word);
-    run({.name = name,
-         .rounds = 30,
-         .goal = "<= 1.2",
-         .ours = [&, query = std::string(
-                         word)] { sink += static_cast<std::int64_t>(history.search(query).size()); },
-         .floor =
-             [&] {
-               sink += bare.read(searchSql, [&](sqlite3_stmt* statement) {
-                 sqlite3_bind_text(statement, 1, pattern.c_str(), -1, SQLITE_STATIC);
-                 sqlite3_bind_int64(statement, 2, 500);
-               });
-             }});
-  }
-
-  const auto nothing = [](sqlite3_stmt*) {};
-  run({.name = "statistics",
-       .rounds = 20,
-       .goal = "<= 1.2",
-       .ours = [&] { sink += history.stats().totalWords; },
-       .floor =
-           [&] {
-             sink += bare.read(
-                 "SELECT COALESCE(target_app, 'Unknown'), COALESCE(target_bundle_id, ''), COUNT(*),"
-                 " COALESCE(SUM(words), 0) FROM dictations WHERE target_bundle_id IS NOT NULL"
-                 " GROUP BY target_bundle_id, target_app ORDER BY 3 DESC, 1 ASC",
-                 nothing);
-             sink += bare.read(
-                 "SELECT CAST(strftime('%s', date(created_at, 'unixepoch', 'localtime')) AS REAL),"
-                 " COALESCE(SUM(words), 0), COUNT(*) FROM dictations WHERE created_at >= ?"
-                 " GROUP BY 1 ORDER BY 1",
-                 [](sqlite3_stmt* statement) {
-                   sqlite3_bind_double(statement, 1, secondsSince1970(today) - 90 * 86400.0);
-                 });
-             sink += bare.read(
-                 "SELECT COUNT(*), COALESCE(SUM(words), 0), COALESCE(SUM(duration), 0),"
-                 " COUNT(*) FILTER (WHERE delivery IN ('failed', 'none')) FROM dictations",
-                 nothing);
-           }});
-  if (sink == 0) std::exit(1);
+  Readers readers{.history = history, .bare = bare};
+  compareRecent(readers);
+  compareSearching(readers);
+  compareStatistics(readers);
+  if (readers.sink == 0) std::exit(1);
 }
 
 }  // namespace

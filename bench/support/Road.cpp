@@ -33,7 +33,8 @@ Platform withServer(const Platform& real, HttpSession& server) {
           .http = server,
           .loginItem = real.loginItem,
           .activity = real.activity,
-          .sounds = real.sounds};
+          .sounds = real.sounds,
+          .browsers = real.browsers};
 }
 
 }  // namespace

@@ -6,7 +6,9 @@
 
 namespace pell {
 
-// Points; y grows upwards, and an origin is the lower left corner.
+// Points; y grows upwards, and an origin is the lower left corner. Where a desktop counts from the top of a
+// height H, a rectangle that begins at y has its origin at H - y - height, and the row y of the mouse is
+// H - 1 - y: at H - y the topmost row would lie on no screen, since the upper edge belongs to none.
 
 struct PanelSize {
   double width = 0, height = 0;
