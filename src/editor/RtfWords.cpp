@@ -132,8 +132,10 @@ constexpr auto words = std::to_array<RtfWordEntry>({
     {"ulc", RtfWord::ignored, false, "colour of an underline, lost"},
     {"lang langfe langnp langfenp alang deflang deflangfe adeflang noproof lchars fchars", RtfWord::ignored,
      false, "language, lost"},
-    {"ltrch rtlch ltrpar rtlpar ltrsect rtlsect ltrdoc rtldoc loch hich dbch fcs af afs ab ai acf",
-     RtfWord::ignored, false, "direction and what belongs to other scripts, lost"},
+    {"rtlch ltrch af afs ab ai", RtfWord::ignored, true,
+     "font of scripts such as Devanagari: it is that of the others"},
+    {"ltrpar rtlpar ltrsect rtlsect ltrdoc rtldoc loch hich dbch fcs acf aul", RtfWord::ignored, false,
+     "direction and what belongs to other scripts, lost"},
     {"keep keepn widctlpar nowidctlpar hyphpar outlinelevel pagebb sbys intbl itap trowd cellx trgaph trleft "
      "ilvl ls level",
      RtfWord::ignored, false, "layout of paragraphs, lists and tables, lost"},

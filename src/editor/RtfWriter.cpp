@@ -232,10 +232,7 @@ class Writer {
     areCharactersSet_ = true;
     body_ += "\\plain";
     const std::int32_t font = fonts_.of(attributes.font ? attributes.font->family : std::string());
-    if (attributes.font) {
-      appendWord(body_, "\\f", font);
-      setFont(*attributes.font);
-    }
+    if (attributes.font) setFont(*attributes.font, font);
     if (attributes.underline.value_or(0) != 0) body_ += "\\ul";
     if (attributes.strikethrough.value_or(0) != 0) body_ += "\\strike";
     if (attributes.foreground) appendWord(body_, "\\cf", number(*attributes.foreground));
@@ -247,9 +244,16 @@ class Writer {
     body_ += ' ';
   }
 
-  void setFont(const Font& font) {
+  /// Scripts such as Devanagari have a font of their own in RTF, and a usual one where none is said.
+  void setFont(const Font& font, std::int32_t number) {
     const std::int32_t size = counted(font.size, hundredths, RtfLimits::fontSize);
-    appendWord(body_, "\\fs", (size + hundredthsPerHalf / 2) / hundredthsPerHalf);
+    const std::int32_t halves = (size + hundredthsPerHalf / 2) / hundredthsPerHalf;
+    appendWord(body_, "\\rtlch\\af", number);
+    appendWord(body_, "\\afs", halves);
+    if (font.isBold()) body_ += "\\ab";
+    if (font.italic) body_ += "\\ai";
+    appendWord(body_, "\\ltrch\\f", number);
+    appendWord(body_, "\\fs", halves);
     if (size % hundredthsPerHalf != 0) appendWord(body_, "\\pellsize", size);
     if (font.isBold()) body_ += "\\b";
     const bool isUsual = font.weight == Font::regular || font.weight == Font::bold;
