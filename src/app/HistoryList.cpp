@@ -62,7 +62,8 @@ void HistoryList::copy(const DictationRecord& record) {
 void HistoryList::saveAsNote(const DictationRecord& record) {
   if (!with_.dictations || !with_.notes) return;
   act([&] {
-    const Note note = with_.notes->create(RichText::bodyParagraphRtf(record.text), record.text);
+    const std::string rtf = RichText::rtf(RichText::bodyParagraph(record.text));
+    const Note note = with_.notes->create(rtf, record.text);
     with_.dictations->setSavedNote(record.id, note.id);
     with_.editing.reloadNotes();
     reload();

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <unicode/utf16.h>
+#include <unordered_map>
 
 #include "editor/Utf16.h"
 
@@ -136,17 +137,24 @@ void AttributedText::appendShared(std::u16string_view text, SharedAttributes att
 }
 
 bool AttributedText::changeAttributes(TextRange range, const std::function<void(TextAttributes&)>& change) {
+  if (range.length == 0) return false;
+  // By the attributes that were. What runs share before they share afterwards.
+  std::unordered_map<const TextAttributes*, SharedAttributes> known;
   std::vector<Mark> changed;
   bool isOther = false;
-  forEachRun(range, [&](const Run& run) {
-    TextAttributes attributes = run.attributes;
-    change(attributes);
-    const bool isSame = attributes == run.attributes;
-    isOther |= !isSame;
-    changed.push_back({.start = run.range.location,
-                       .attributes = isSame ? sharedOf(runIndex(run.range.location))
-                                            : std::make_shared<const TextAttributes>(std::move(attributes))});
-  });
+  const std::size_t runs = runCount();
+  for (std::size_t run = runIndex(range.location); run < runs && startOf(run) < range.end(); ++run) {
+    const SharedAttributes& old = sharedOf(run);
+    SharedAttributes& now = known[old.get()];
+    if (!now) {
+      TextAttributes attributes = *old;
+      change(attributes);
+      const bool isSame = attributes == *old;
+      isOther |= !isSame;
+      now = isSame ? old : std::make_shared<const TextAttributes>(std::move(attributes));
+    }
+    changed.push_back({.start = std::max(startOf(run), range.location), .attributes = now});
+  }
   if (!isOther) return false;
   splitRuns(range.location);
   dropRunsUpTo(range.end());

@@ -60,7 +60,8 @@ class AttributedText {
   /// `attributes` is not null.
   void appendShared(std::u16string_view text, SharedAttributes attributes);
 
-  /// Lets `change` alter the attributes of each run of `range`. Whether it altered any.
+  /// Lets `change` alter the attributes of each run of `range`; it is asked once for those that several runs
+  /// share, and goes by nothing but what it is given. Whether it altered any.
   bool changeAttributes(TextRange range, const std::function<void(TextAttributes&)>& change);
 
   /// The paragraphs that `range` touches, from the first one's start past the last one's line break. Of an

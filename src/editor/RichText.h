@@ -30,8 +30,12 @@ struct RichText {
   static TextAttributes bodyAttributes();
   /// `text` (UTF-8) with them.
   static AttributedText bodyParagraph(std::string_view text);
-  /// The same as it is stored.
-  static std::string bodyParagraphRtf(std::string_view text);
+
+  /// As it is stored, whole.
+  static std::string rtf(const AttributedText& text);
+  /// From there, or from any other program. Whatever colours were stored, the text has the ink of the
+  /// palette, which follows the surroundings, and it has the text family's fonts. Empty for what is no RTF.
+  static AttributedText attributed(std::string_view rtf);
 
   /// Every font becomes the text family's at its size and weight, upright or italic as it was.
   static void remapToTextFamily(AttributedText& text);

@@ -79,5 +79,41 @@ TEST(RichText, BringsForeignFontsIntoTheTextFamily) {
   for (const BlockStyle style : allBlockStyles) EXPECT_EQ(blockStyleOf(font(style)), style);
 }
 
+TEST(RichText, OpensWhatWasStored) {
+  TextAttributes heading = RichText::bodyAttributes();
+  heading.font = font(BlockStyle::heading);
+  TextAttributes quote = RichText::bodyAttributes();
+  quote.paragraphStyle = RichText::quoteParagraphStyle();
+  quote.foreground = PaletteColour::muted;
+  quote.background = PaletteColour::quote;
+  TextAttributes item = RichText::bodyAttributes();
+  item.paragraphStyle = RichText::listParagraphStyle();
+  item.link = "https://example.org/?q=पृष्ठ";
+  item.font->italic = true;
+  AttributedText note(u"Heading\n", heading);
+  note.append(u"said {so}\\\n", quote);
+  note.append(u"•\titem 🎙\n", item);
+  note.append(RichText::bodyParagraph("बस\n\n"));
+  for (const std::size_t length : {note.length(), std::size_t{13}, std::size_t{1}, std::size_t{0}}) {
+    AttributedText wanted = note.subtext({.location = 0, .length = length});
+    const AttributedText stored = wanted;
+    wanted.changeAttributes({.location = 0, .length = length},
+                            [](auto& with) { with.foreground = PaletteColour::ink; });
+    EXPECT_TRUE(RichText::attributed(RichText::rtf(stored)) == wanted) << length;
+  }
+
+  const AttributedText foreign = RichText::attributed(
+      "{\\rtf1\\ansi{\\fonttbl{\\f0 Times;}}{\\colortbl;\\red255\\green0\\blue0;}"
+      "\\f0\\fs44\\b\\cf1 Title\\par\\b0\\i\\fs24\\cf0 text}");
+  EXPECT_EQ(foreign.utf8(), "Title\ntext");
+  EXPECT_EQ(foreign.attributesAt(0).font, Face::nsText(22, Font::bold));
+  EXPECT_TRUE(foreign.attributesAt(9).font && foreign.attributesAt(9).font->italic);
+  for (const std::size_t at : {0, 9}) {
+    EXPECT_EQ(foreign.attributesAt(at).foreground, TextColour(PaletteColour::ink));
+  }
+  for (const char* other : {"", "hello", "{\\rt"})
+    EXPECT_TRUE(RichText::attributed(other).isEmpty()) << other;
+}
+
 }  // namespace
 }  // namespace pell
