@@ -57,7 +57,9 @@ inline AttributedText asSeen(const AttributedText& text) {
     fixed(attributes.background);
     TextAttributes ofBreak;
     ofBreak.paragraphStyle = attributes.paragraphStyle;
-    for (const char16_t unit : text.text(run.range)) {
+    for (char16_t unit : text.text(run.range)) {
+      // A toolkit may keep these, which stand for no character, for itself.
+      if (unit == u'\uFDD0' || unit == u'\uFDD1') unit = u'\uFFFD';
       seen.append(std::u16string_view(&unit, 1), unit == u'\n' ? ofBreak : attributes);
     }
   });
