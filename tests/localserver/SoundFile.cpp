@@ -19,6 +19,17 @@ void require(bool condition) {
   if (!condition) throw std::runtime_error("the sound file could not be made");
 }
 
+/// Floating point where the encoder takes it, else 16 bits. For one channel planar and packed are the same.
+AVSampleFormat formatOf(const AVCodec& encoder) {
+  AVSampleFormat found = AV_SAMPLE_FMT_NONE;
+  for (const AVSampleFormat* format = encoder.sample_fmts; *format != AV_SAMPLE_FMT_NONE; ++format) {
+    const AVSampleFormat packed = av_get_packed_sample_fmt(*format);
+    if (packed == AV_SAMPLE_FMT_FLT) return *format;
+    if (packed == AV_SAMPLE_FMT_S16) found = *format;
+  }
+  return found;
+}
+
 struct Writer {
   AVFormatContext* format = nullptr;
   AVCodecContext* codec = nullptr;
@@ -32,13 +43,14 @@ struct Writer {
     avformat_free_context(format);
   }
 
-  void open() {
-    require(avformat_alloc_output_context2(&format, nullptr, "mp4", nullptr) >= 0);
+  void open(const char* container, const char* encoderName) {
+    require(avformat_alloc_output_context2(&format, nullptr, container, nullptr) >= 0);
     require(avio_open_dyn_buf(&format->pb) >= 0);
-    const AVCodec* encoder = avcodec_find_encoder(AV_CODEC_ID_AAC);
+    const AVCodec* encoder = avcodec_find_encoder_by_name(encoderName);
+    require(encoder);
     codec = avcodec_alloc_context3(encoder);
     codec->sample_rate = speechRate;
-    codec->sample_fmt = AV_SAMPLE_FMT_FLTP;
+    codec->sample_fmt = formatOf(*encoder);
     codec->bit_rate = 32'000;
     codec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     av_channel_layout_default(&codec->ch_layout, 1);
@@ -46,7 +58,8 @@ struct Writer {
     AVStream* stream = avformat_new_stream(format, nullptr);
     require(avcodec_parameters_from_context(stream->codecpar, codec) >= 0);
     require(avformat_write_header(format, nullptr) >= 0);
-    frame->nb_samples = codec->frame_size;
+    constexpr int anySize = 1024;
+    frame->nb_samples = codec->frame_size > 0 ? codec->frame_size : anySize;
     frame->format = codec->sample_fmt;
     frame->sample_rate = speechRate;
     av_channel_layout_default(&frame->ch_layout, 1);
@@ -83,16 +96,25 @@ Pcm tone(double seconds) {
   return samples;
 }
 
-std::string mp4File(const Pcm& samples) {
+std::string mp4File(const Pcm& samples) { return soundFile("mp4", "aac", samples); }
+
+std::string soundFile(const char* container, const char* encoder, const Pcm& samples) {
   Writer writer;
-  writer.open();
+  writer.open(container, encoder);
+  const bool real = av_get_packed_sample_fmt(writer.codec->sample_fmt) == AV_SAMPLE_FMT_FLT;
   const auto length = static_cast<std::size_t>(writer.frame->nb_samples);
   for (std::size_t begin = 0; begin < samples.size(); begin += length) {
     require(av_frame_make_writable(writer.frame) >= 0);
-    auto* out = reinterpret_cast<float*>(writer.frame->data[0]);
-    const std::size_t count = std::min(length, samples.size() - begin);
-    for (std::size_t i = 0; i < length; ++i)
-      out[i] = i < count ? static_cast<float>(samples[begin + i]) / 32768 : 0;
+    auto* reals = reinterpret_cast<float*>(writer.frame->data[0]);
+    auto* integers = reinterpret_cast<std::int16_t*>(writer.frame->data[0]);
+    for (std::size_t i = 0; i < length; ++i) {
+      const std::int16_t sample = begin + i < samples.size() ? samples[begin + i] : 0;
+      if (real) {
+        reals[i] = static_cast<float>(sample) / 32768;
+      } else {
+        integers[i] = sample;
+      }
+    }
     writer.frame->pts = static_cast<std::int64_t>(begin);
     writer.encode(writer.frame);
   }
