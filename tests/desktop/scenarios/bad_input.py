@@ -228,6 +228,8 @@ def locked_keyring(world):
     world.check(time.monotonic() - began < 12, f"it took {time.monotonic() - began:.1f} s")
     world.expect((end["event"], end["reason"]), LOCKED_OUT, "with the prompt dismissed")
     world.check(not keyring_prompt(world), "asked again")
+    outcome = world.pell.command("sign-in", EMAIL, stdin=PASSWORD + "\n")
+    world.check(outcome.code == 1 and "the keyring did not keep it" in outcome.err, f"a sign-in meanwhile: {outcome}")
     world.pell.stop()
     world.pell.start("--hidden")
     poll("the keyring's prompt", lambda: keyring_prompt(world))

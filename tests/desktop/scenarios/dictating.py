@@ -32,19 +32,21 @@ def spoken_words_arrive(world, kind):
 @scenario()
 def rules_for_one_application(world):
     """What was said is cleaned in the account's style, or in the one that a rule names for the application in front."""
-    said = "um we meet tomorrow comma bring the plan"
+    said = "um we meet tomorrow period bring the plan"
     world.setup(editor="gtk", transcript=said)
     world.hold()
     row = world.pell.rows()[-1]
-    world.expect((row["text"], row["raw_text"]), ("We meet tomorrow, bring the plan.", said), "without a rule")
-    world.pell.stop()
-    world.pell.set_default("appStyleRules", {row["target_bundle_id"]: "terminal-command-v1"})
-    world.editor.clear()
-    world.pell.start("--hidden")
-    world.hold()
-    world.expect(world.pell.rows()[-1]["text"], said, "with a rule that has nothing changed")
-    world.editor.wait_text(said)
-    world.expect(json.loads(world.pell.must("usage", "--json"))["lifetime"]["dictations"], 2, "what the server counted")
+    world.expect((row["text"], row["raw_text"]), ("We meet tomorrow. Bring the plan.", said), "without a rule")
+    notes = "- We meet tomorrow\n- Bring the plan"
+    for style, text in {"meeting-notes-v1": notes, "terminal-command-v1": said}.items():
+        world.pell.stop()
+        world.pell.set_default("appStyleRules", {row["target_bundle_id"]: style})
+        world.editor.clear()
+        world.pell.start("--hidden")
+        world.hold()
+        world.expect(world.pell.rows()[-1]["text"], text, f"with a rule for {style}")
+        world.editor.wait_text(text)
+    world.expect(json.loads(world.pell.must("usage", "--json"))["lifetime"]["dictations"], 3, "what the server counted")
     earned = {item["id"]: item["unlockedAt"] for item in json.loads(world.pell.must("badges", "--json"))["badges"]}
     world.check(earned["words.1"] and not earned["words.100"], f"the badges: {earned}")
 
