@@ -1,4 +1,5 @@
 // The double of the text view holds the contract of its port.
+#include "contracts/EditorContract.h"
 #include "contracts/TextViewContract.h"
 #include "support/MemoryTextView.h"
 
@@ -30,6 +31,7 @@ class TextViewInMemory final : public TextViewWorld {
   MemoryTextView view_;
 };
 PELL_INSTANTIATE_CONTRACT(Memory, TextViewContract, TextViewWorld, TextViewInMemory);
+PELL_INSTANTIATE_CONTRACT(Memory, EditorContract, TextViewWorld, TextViewInMemory);
 
 }  // namespace
 }  // namespace pell::testing
