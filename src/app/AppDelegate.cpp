@@ -59,7 +59,6 @@ AppDelegate::AppDelegate(const Platform& platform)
               .defaults = platform.defaults,
               .permissions = permissions_,
               .injector = injector_,
-              .editing = noteEditing_,
               .installation = platform.installation,
               .main = platform.main,
               .makeSerialExecutor = platform.makeSerialExecutor,

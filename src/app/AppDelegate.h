@@ -116,7 +116,6 @@ class AppDelegate {
   SecureInput secureInput_;
   TextInjector injector_;
   BrowserContext browserContext_;
-  NoNoteEditing noteEditing_;
   AppModel model_;
   DictationController dictation_;
   CelebrationCentre celebrations_;

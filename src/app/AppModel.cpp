@@ -1,6 +1,5 @@
 #include "app/AppModel.h"
 
-#include "app/NoteEditing.h"
 #include "platform/UserDefaults.h"
 #include "stores/AppConfig.h"
 
@@ -13,6 +12,14 @@ AppModel::AppModel(Services services)
       store_(services.config.databaseURL(), services.clock, services.log),
       onboarding_(services.defaults, services.clock),
       banners_(state_, texts_, services.main),
+      editor_(services.main),
+      notes_({.state = state_,
+              .onboarding = onboarding_,
+              .editor = editor_,
+              .repository = store_.notes(),
+              .main = services.main,
+              .clock = services.clock,
+              .localeOfDates = services.localeOfDates}),
       onboardingFlow_({.state = state_,
                        .onboarding = onboarding_,
                        .main = services.main,
@@ -23,7 +30,7 @@ AppModel::AppModel(Services services)
                     .main = services.main,
                     .words = services.words,
                     .log = services.log,
-                    .newNote = [&editing = services.editing] { editing.newNote(); },
+                    .newNote = [this] { notes_.newNote(); },
                     .bringToFront = services.bringToFront}),
       relocation_({.installation = services.installation,
                    .main = services.main,
@@ -34,13 +41,12 @@ AppModel::AppModel(Services services)
       history_({.state = state_,
                 .dictations = store_.dictations(),
                 .notes = store_.notes(),
-                .editing = services.editing,
+                .noteList = notes_,
                 .injector = services.injector,
                 .banners = texts_,
                 .clock = services.clock,
                 .localeOfDates = services.localeOfDates,
                 .log = services.log}),
-      notes_(state_, onboarding_, services.editing),
       styles_(
           {.state = state_, .api = services.api, .defaults = services.defaults, .onFailure = reloadRule_}),
       usage_({.state = state_, .api = services.api, .onFailure = reloadRule_, .log = services.log}),
@@ -49,7 +55,7 @@ AppModel::AppModel(Services services)
                 .onboarding = onboarding_,
                 .permissions = services.permissions,
                 .permissionWatch = permissions_,
-                .editing = services.editing,
+                .notes = notes_,
                 .history = history_,
                 .styles = styles_,
                 .usage = usage_,

@@ -17,6 +17,7 @@
 #include "app/StyleSync.h"
 #include "app/UsageSync.h"
 #include "app/VersionGate.h"
+#include "editor/EditorController.h"
 #include "platform/Words.h"
 #include "stores/LocalStore.h"
 
@@ -47,7 +48,6 @@ class AppModel {
     UserDefaults& defaults;
     Permissions& permissions;
     TextInjector& injector;
-    NoteEditing& editing;
     Installation installation;
     Executor& main;
     SerialExecutorFactory makeSerialExecutor;
@@ -74,6 +74,7 @@ class AppModel {
   VersionGate& versionGate() { return versionGate_; }
   HistoryList& history() { return history_; }
   NotesWorkflow& notes() { return notes_; }
+  EditorController& editor() { return editor_; }
   StyleSync& styles() { return styles_; }
   UsageSync& usage() { return usage_; }
   SessionFlow& session() { return session_; }
@@ -92,12 +93,13 @@ class AppModel {
   LocalStore store_;
   OnboardingModel onboarding_;
   Banners banners_;
+  EditorController editor_;
+  NotesWorkflow notes_;
   OnboardingFlow onboardingFlow_;
   PermissionWatch permissions_;
   Relocation relocation_;
   VersionGate versionGate_;
   HistoryList history_;
-  NotesWorkflow notes_;
   StyleSync styles_;
   UsageSync usage_;
   SessionFlow session_;

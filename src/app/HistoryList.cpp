@@ -4,7 +4,7 @@
 #include <utility>
 
 #include "app/BannerTexts.h"
-#include "app/NoteEditing.h"
+#include "app/NotesWorkflow.h"
 #include "editor/DateLabels.h"
 #include "editor/RichText.h"
 #include "pipeline/TextInjector.h"
@@ -65,7 +65,7 @@ void HistoryList::saveAsNote(const DictationRecord& record) {
     const std::string rtf = RichText::rtf(RichText::bodyParagraph(record.text));
     const Note note = with_.notes->create(rtf, record.text);
     with_.dictations->setSavedNote(record.id, note.id);
-    with_.editing.reloadNotes();
+    with_.noteList.reloadNotes();
     reload();
     with_.state.banner = with_.banners.savedAsNote;
   });

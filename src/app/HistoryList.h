@@ -13,8 +13,8 @@ namespace pell {
 
 struct BannerTexts;
 class Log;
-class NoteEditing;
 class NotesRepository;
+class NotesWorkflow;
 class TextInjector;
 
 /// Keeps the searchable list and the statistics over it, and carries out what the user does with a
@@ -28,7 +28,7 @@ class HistoryList {
     AppState& state;
     DictationsRepository* dictations;  // null without a store
     NotesRepository* notes;            // likewise
-    NoteEditing& editing;
+    NotesWorkflow& noteList;
     TextInjector& injector;
     const BannerTexts& banners;
     const WallClock& clock;

@@ -4,7 +4,7 @@
 
 #include "app/BannerTexts.h"
 #include "app/HistoryList.h"
-#include "app/NoteEditing.h"
+#include "app/NotesWorkflow.h"
 #include "app/OnboardingModel.h"
 #include "app/PermissionWatch.h"
 #include "app/Permissions.h"
@@ -57,7 +57,7 @@ void SessionFlow::forgetAccount() {
 // Restoring and opening it.
 
 Task<void> SessionFlow::start() {
-  with_.editing.reloadNotes();
+  with_.notes.reloadNotes();
   with_.history.reload();
   with_.styles.loadCached();
   const int openedBefore = sessionsOpened_;
@@ -132,7 +132,7 @@ void SessionFlow::enterPostSessionScreen() {
     with_.state.screen = Screen::signedOut;
   } else if (const auto* onboarding = std::get_if<OnboardingModel::Onboarding>(&entry)) {
     with_.state.screen = Screen::onboarding;
-    if (std::holds_alternative<step::DictateInPell>(onboarding->step)) with_.editing.newNote();
+    if (std::holds_alternative<step::DictateInPell>(onboarding->step)) with_.notes.newNote();
     with_.onboarding.enter(onboarding->step, onboarding->isReturningUser);
   } else {
     with_.state.screen = Screen::ready;

@@ -15,7 +15,7 @@ class ApiClient;
 class AppConfig;
 class HistoryList;
 class Log;
-class NoteEditing;
+class NotesWorkflow;
 class OnboardingModel;
 class PermissionWatch;
 class Permissions;
@@ -36,7 +36,7 @@ class SessionFlow {
     OnboardingModel& onboarding;
     const Permissions& permissions;
     PermissionWatch& permissionWatch;
-    NoteEditing& editing;
+    NotesWorkflow& notes;
     HistoryList& history;
     StyleSync& styles;
     UsageSync& usage;

@@ -92,39 +92,5 @@ TEST(ModelJoinTest, ACachedDocumentGatesTheVersionWithoutTheNetwork) {
   EXPECT_EQ(world.desk.log.count("app_config_gate"), 2u);
 }
 
-/// Records what reaches the note on screen.
-struct NoteOnScreen final : NoteEditing {
-  std::string calls;
-  bool hasView() const override { return true; }
-  std::optional<TextRange> insert(const std::vector<std::string>&) override {
-    calls += "insert";
-    return TextRange{.location = 0, .length = 5};
-  }
-  void flashHighlight(TextRange, Seconds) override { calls += ", flash"; }
-  void newNote() override {}
-  void flushPendingSave() override { calls += ", save"; }
-  void reloadNotes() override {}
-};
-
-TEST(NotesWorkflowTest, ATranscriptGoesIntoTheNoteOnScreen) {
-  MemoryPlatform desk;
-  AppState state;
-  OnboardingModel onboarding(desk.defaults, desk.time);
-  NoNoteEditing none;
-  const auto calls = [&](Screen screen, const OnboardingStep& step) {
-    state.screen = screen;
-    onboarding.enter(step, false);
-    NoteOnScreen note;
-    const bool inserted = NotesWorkflow(state, onboarding, note).insertTranscript({.paragraphs = {"Hi"}});
-    EXPECT_EQ(inserted, !note.calls.empty());
-    EXPECT_FALSE(NotesWorkflow(state, onboarding, none).insertTranscript({.paragraphs = {"Hi"}}));
-    return note.calls;
-  };
-  EXPECT_EQ(calls(Screen::ready, step::DictateInPell{}), "insert, save");
-  EXPECT_EQ(calls(Screen::onboarding, step::DictateInPell{}), "insert, save, flash");
-  EXPECT_EQ(calls(Screen::onboarding, step::Finish{}), "insert, save");
-  EXPECT_EQ(calls(Screen::signedOut, step::Account{}), "");
-}
-
 }  // namespace
 }  // namespace pell::testing
