@@ -83,7 +83,10 @@ void EditableText::setSelectedRange(TextRange range) {
   endEditing();
 }
 
-void EditableText::setTypingAttributes(TextAttributes attributes) { typing_ = std::move(attributes); }
+void EditableText::setTypingAttributes(TextAttributes attributes) {
+  typing_ = std::move(attributes);
+  if (isAtEmptyEnd()) emptyEnd_ = typing_;
+}
 
 bool EditableText::shouldChangeText(TextRange range, std::optional<std::u16string_view> replacement) {
   if (!isAllowed(cut(range), replacement)) return false;

@@ -21,6 +21,10 @@ namespace pell {
 /// After each transaction every paragraph has the paragraph style of its first character.
 class EditableText {
  public:
+  EditableText() = default;
+  EditableText(const EditableText&) = delete;
+  EditableText& operator=(const EditableText&) = delete;
+
   /// Asked and told about changes, as a platform's text view asks its delegate.
   class Delegate {
    public:

@@ -209,6 +209,13 @@ TEST(EditableText, TypesOnAsTheTextBeforeIs) {
   text.setSelectedRange({.location = 4});
   text.setSelectedRange({.location = 15});
   EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "the last paragraph was left so";
+  text.beginEditing();
+  text.setTypingAttributes(with(400, 33));
+  text.replaceCharacters({}, AttributedText(u"-", with(400)));
+  text.replaceCharacters({.location = 0, .length = 1}, {});
+  text.endEditing();
+  EXPECT_TRUE(text.typingAttributes() == with(400, 33)) << "an edit elsewhere leaves it so";
+  text.setTypingAttributes(with(700, 33));
   text.insertText(u"x", {.location = 15});
   text.insertText(u"", {.location = 15, .length = 1});
   EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "and keeps it when it is emptied";
