@@ -30,7 +30,6 @@ TextRange moved(TextRange selection, TextRange range, std::size_t newLength) {
 void EditableText::beginEditing() {
   if (nesting_++ > 0) return;
   selectionBefore_ = selection_;
-  if (isAtEmptyEnd()) emptyEnd_ = typing_;
 }
 
 void EditableText::endEditing() {
@@ -206,6 +205,7 @@ void EditableText::followSelection(bool textChanged) {
     } else if (!textChanged && !storage_.isEmpty()) {
       typing_ = storage_.attributesAt(storage_.length() - 1);
     }
+    emptyEnd_ = typing_;
     return;
   }
   const std::size_t at = selection_.location;

@@ -218,6 +218,7 @@ TEST(EditableText, TypesOnAsTheTextBeforeIs) {
   text.setTypingAttributes(with(700, 33));
   text.insertText(u"x", {.location = 15});
   text.insertText(u"", {.location = 15, .length = 1});
+  for (const std::size_t away : {15, 2, 15}) text.setSelectedRange({.location = away});
   EXPECT_TRUE(text.typingAttributes() == with(700, 33)) << "and keeps it when it is emptied";
   text.setSelectedRange({.location = 2});
   text.replaceCharacters({.location = 15}, AttributedText(u"other\n", with(400, 22)));
