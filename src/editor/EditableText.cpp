@@ -85,6 +85,7 @@ void EditableText::setSelectedRange(TextRange range) {
 void EditableText::setTypingAttributes(TextAttributes attributes) {
   typing_ = std::move(attributes);
   if (isAtEmptyEnd()) emptyEnd_ = typing_;
+  if (mirror_ != nullptr && nesting_ == 0) mirror_->selectionMoved();
 }
 
 bool EditableText::shouldChangeText(TextRange range, std::optional<std::u16string_view> replacement) {

@@ -43,7 +43,8 @@ class EditableText {
     /// What stood in `before` now stands in `after`, which begins at the same place; equal lengths may also
     /// mean that only attributes changed.
     virtual void textReplaced(TextRange before, TextRange after) = 0;
-    /// Told after each change of the text too, as a view moves its selection in its own way then.
+    /// Told after each change of the text too, as a view moves its selection in its own way then; and when
+    /// something else will be typed there, as it may be higher.
     virtual void selectionMoved() = 0;
   };
 

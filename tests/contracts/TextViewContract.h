@@ -50,6 +50,7 @@ inline AttributedText asSeen(const AttributedText& text) {
   text.forEachRun({.location = 0, .length = text.length()}, [&](const AttributedText::Run& run) {
     TextAttributes attributes = run.attributes;
     if (attributes.underline == 0) attributes.underline.reset();
+    if (attributes.link) attributes.underline = 1;
     if (attributes.strikethrough == 0) attributes.strikethrough.reset();
     attributes.paragraphStyle = attributes.paragraphStyle.value_or(ParagraphStyle());
     attributes.paragraphStyle->defaultTabInterval = 0;

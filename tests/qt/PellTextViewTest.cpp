@@ -3,9 +3,11 @@
 #include <gtest/gtest.h>
 #include <vector>
 
+#include "contracts/EditorContract.h"
 #include "contracts/TextViewContract.h"
 #include "editor/BlockStyle.h"
 #include "editor/view/PellTextView.h"
+#include "editor/view/RichTextEditor.h"
 #include "qt/TextViewUser.h"
 
 namespace pell::testing {
@@ -41,6 +43,7 @@ class TextViewInQt final : public TextViewWorld {
   TextViewUser user_{view_};
 };
 PELL_INSTANTIATE_CONTRACT(Qt, TextViewContract, TextViewWorld, TextViewInQt);
+PELL_INSTANTIATE_CONTRACT(Qt, EditorContract, TextViewWorld, TextViewInQt);
 
 class PellTextViewTest : public ::testing::Test {
  protected:
@@ -240,6 +243,26 @@ TEST_F(PellTextViewTest, PlaceholderStandsInAnEmptyTextOnly) {
   EXPECT_EQ(picture(), inviting);
   user.compose(u" ");
   EXPECT_NE(picture(), inviting);
+  user.compose(u"");
+  TextAttributes title = RichText::bodyAttributes();
+  title.font = font(BlockStyle::title);
+  text().setTypingAttributes(title);
+  EXPECT_GE(user.widget().cursorRect().height(), 22) << "the caret of a title";
+}
+
+TEST_F(PellTextViewTest, EveryKindOfMarkerIsFollowedByTextInLine) {
+  TextAttributes item = RichText::bodyAttributes();
+  item.paragraphStyle = RichText::listParagraphStyle();
+  text().setAttributedString(
+      AttributedText(u"•\tmilk and a long row of words that is wrapped once\n1.\tbread", item));
+  const auto left = [&](int position) {
+    QTextCursor cursor(&user.page());
+    cursor.setPosition(position);
+    return user.widget().cursorRect(cursor).left();
+  };
+  EXPECT_EQ(left(2), 66);
+  EXPECT_EQ(left(0), 44);
+  EXPECT_EQ(left(static_cast<int>(plain().size()) - 5), 66);
 }
 
 TEST_F(PellTextViewTest, ControlsLieUnderAnArrow) {
@@ -263,6 +286,34 @@ TEST_F(PellTextViewTest, ControlsLieUnderAnArrow) {
   user.click({45, 34});
   user.click({300, 200});
   EXPECT_EQ(opened, std::vector<std::string>{"https://x.org/"});
+}
+
+TEST(RichTextEditorTest, LendsTheControllerAViewAndSwapsDocumentsByTheirIds) {
+  VirtualTime time;
+  EditorController controller(time.main());
+  int changes = 0;
+  controller.onChange = [&](const EditorController::Snapshot&) { ++changes; };
+  std::vector<std::string> opened;
+  {
+    RichTextEditor editor(
+        controller, [&](const std::string& link) { return opened.push_back(link), true; }, "");
+    EXPECT_EQ(controller.textView, &editor.view());
+    TextViewUser user(editor.view());
+    editor.showDocument("draft-0", "");
+    EXPECT_EQ(controller.formatting().get().blockStyle, BlockStyle::title);
+    user.type(u"typed");
+    const std::string older = RichText::rtf(RichText::bodyParagraph("older"));
+    editor.showDocument("draft-0", older);
+    EXPECT_EQ(user.shown(), u"typed");
+    editor.showDocument("note-1", older);
+    EXPECT_EQ(user.shown(), u"older");
+    editor.showDocument("note-2", older);
+    EXPECT_EQ(changes, 5);
+    editor.view().clickedOnLink("https://x.org/");
+    editor.view().clickedOnLink("nonsense");
+    EXPECT_EQ(opened, std::vector<std::string>{"https://x.org/"});
+  }
+  EXPECT_EQ(controller.textView, nullptr);
 }
 
 TEST_F(PellTextViewTest, ColoursFollowTheSurroundingsAndFixedBackgroundsStayReadable) {

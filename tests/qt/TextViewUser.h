@@ -164,8 +164,10 @@ class TextViewUser {
     style.spacing = format.bottomMargin();
     style.headIndent = format.leftMargin();
     style.firstLineIndent = format.textIndent() + format.leftMargin();
-    style.tailIndent = -format.rightMargin();
-    for (const auto& tab : format.tabPositions()) style.tabStops.push_back(tab.position);
+    style.tailIndent = 0 - format.rightMargin();
+    auto tabs = format.tabPositions();
+    if (tabs.size() > QtTextFormats::generatedStops) tabs.resize(tabs.size() - QtTextFormats::generatedStops);
+    for (const auto& tab : tabs) style.tabStops.push_back(tab.position + style.firstLineIndent);
     return style;
   }
 

@@ -90,12 +90,13 @@ void DocumentMirror::formatParagraphs(TextRange range) {
     if (isLastAndEmpty && text_.selectedRange() != TextRange{.location = start})
       return;  // it stays as it was
     const TextAttributes& attributes = isLastAndEmpty ? text_.typingAttributes() : text.attributesAt(start);
-    const QTextBlockFormat wanted = QtTextFormats::paragraph(attributes.paragraphStyle);
+    const QTextBlockFormat wanted = formats_.paragraph(attributes);
     if (block.blockFormat() != wanted) QTextCursor(block).setBlockFormat(wanted);
     // An empty line is as high as the font that Qt keeps with the break before it.
     const QTextCharFormat& characters = formats_.characters(attributes);
     if (block.length() == 1 && block.charFormat() != characters) {
       QTextCursor(block).setBlockCharFormat(characters);
+      document_.markContentsDirty(block.position(), 1);  // Qt forgets to lay out the first line anew
     }
   }
 }

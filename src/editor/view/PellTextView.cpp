@@ -8,8 +8,10 @@
 #include <QPainter>
 #include <QScopedValueRollback>
 #include <QScrollBar>
+#include <QStyleHints>
 #include <QTextBlock>
 #include <QTextFrame>
+#include <QTimerEvent>
 #include <QToolTip>
 #include <algorithm>
 #include <utility>
@@ -24,7 +26,8 @@ constexpr int verticalInset = 24;
 constexpr int linePadding = 5;  // between the inset and where lines begin
 constexpr int bandWidth = 480;
 constexpr int bandHeight = 96;
-constexpr int caretWidth = 1;
+constexpr int caretWidth = 2;
+constexpr int dropCaretWidth = 1;
 // As much is laid out in no time that anybody would notice.
 constexpr int quicklyLaidOut = 20'000;
 
@@ -70,6 +73,7 @@ PellTextView::PellTextView(QWidget* parent)
   setVerticalScrollBarPolicy(Qt::ScrollBarAsNeeded);
   viewport()->setAutoFillBackground(false);
   viewport()->setMouseTracking(true);
+  setCursorWidth(0);  // Qt's own caret has no colour, it inverts what it stands on
   adoptPalette();
   text_.setMirror(this);
   connect(this, &QTextEdit::cursorPositionChanged, this, [this] { adoptSelection(); });
@@ -141,11 +145,11 @@ bool PellTextView::isLaidOut(std::size_t position) const {
 void PellTextView::showSelection() {
   const TextRange wanted = clamped(text_.selectedRange(), mirror_.documentLength());
   selectionWaits_ = !isLaidOut(wanted.end());
-  setCursorWidth(selectionWaits_ ? 0 : caretWidth);
   const QScopedValueRollback showing(isShowing_, true);
   if (textCursor().isNull()) setTextCursor(QTextCursor(QTextEdit::document()));
   if (selectionWaits_) return;
   mirror_.showTypingAttributes();
+  showCaret();
   if (wanted == shownSelection()) return;
   const int scrolled = verticalScrollBar()->value();
   setTextCursor(cursorOver(*QTextEdit::document(), wanted));
@@ -160,6 +164,7 @@ void PellTextView::settleSelection() {
 
 void PellTextView::adoptSelection() {
   if (isShowing_ || mirror_.isWriting() || foreign_ || selectionWaits_) return;
+  showCaret();
   const TextRange shown = shownSelection();
   if (shown != text_.selectedRange()) text_.setSelectedRange(shown);
 }
@@ -196,8 +201,11 @@ void PellTextView::setPlaceholder(const QString& placeholder) {
 
 void PellTextView::paintEvent(QPaintEvent* event) {
   QTextEdit::paintEvent(event);
-  if (!text_.storage().isEmpty() || placeholder_.isEmpty() || !preedit().isEmpty()) return;
   QPainter painter(viewport());
+  if (isCaretOn_ && !selectionWaits_) {
+    painter.fillRect(caret(), colour(PaletteColour::accentInk, mirror_.appearance()));
+  }
+  if (!text_.storage().isEmpty() || placeholder_.isEmpty() || !preedit().isEmpty()) return;
   painter.setFont(QtTextFormats::fontOf(pell::font(BlockStyle::title)));
   painter.setPen(colour(PaletteColour::faint, mirror_.appearance()));
   const QRect lines = viewport()->rect().adjusted(horizontalInset + linePadding, verticalInset,
@@ -205,7 +213,55 @@ void PellTextView::paintEvent(QPaintEvent* event) {
   painter.drawText(lines, Qt::AlignLeft | Qt::AlignTop | Qt::TextWordWrap, placeholder_);
 }
 
-/// The caret takes its colour from the palette, as each run of the text brings its own.
+// The caret ----------------------------------------------------------------------------------------------
+
+QRect PellTextView::caret() const {
+  QRect rect = cursorRect();
+  rect.setWidth(caretWidth);
+  return rect;
+}
+
+/// From now on it blinks anew, as it does wherever something was just done.
+void PellTextView::showCaret() {
+  const int period = QGuiApplication::styleHints()->cursorFlashTime();
+  isCaretOn_ = hasFocus();
+  blink_.stop();
+  if (isCaretOn_ && period > 1) blink_.start(period / 2, this);
+  viewport()->update();
+}
+
+void PellTextView::focusInEvent(QFocusEvent* event) {
+  QTextEdit::focusInEvent(event);
+  showCaret();
+}
+
+void PellTextView::focusOutEvent(QFocusEvent* event) {
+  QTextEdit::focusOutEvent(event);
+  showCaret();
+}
+
+void PellTextView::timerEvent(QTimerEvent* event) {
+  if (event->timerId() != blink_.timerId()) {
+    QTextEdit::timerEvent(event);
+    return;
+  }
+  isCaretOn_ = !isCaretOn_;
+  // To ask where it is would lay out everything before it.
+  if (!selectionWaits_) viewport()->update(caret());
+}
+
+void PellTextView::dragEnterEvent(QDragEnterEvent* event) {
+  setCursorWidth(dropCaretWidth);
+  QTextEdit::dragEnterEvent(event);
+}
+
+void PellTextView::dragLeaveEvent(QDragLeaveEvent* event) {
+  QTextEdit::dragLeaveEvent(event);
+  setCursorWidth(0);
+}
+
+// Colours ------------------------------------------------------------------------------------------------
+
 void PellTextView::adoptPalette() {
   const Appearance appearance = appearanceOf(palette());
   if (appearance != mirror_.appearance()) {
@@ -216,7 +272,7 @@ void PellTextView::adoptPalette() {
     verticalScrollBar()->setValue(scrolled);
   }
   QPalette own = palette();
-  own.setColor(QPalette::Text, colour(PaletteColour::accentInk, appearance));
+  own.setColor(QPalette::Text, colour(PaletteColour::ink, appearance));
   own.setColor(QPalette::Highlight, colour(PaletteColour::selected, appearance));
   own.setColor(QPalette::HighlightedText, colour(PaletteColour::ink, appearance));
   if (own != palette()) setPalette(own);

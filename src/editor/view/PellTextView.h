@@ -1,6 +1,7 @@
 // The text view of the notes.
 #pragma once
 
+#include <QBasicTimer>
 #include <QInputMethodEvent>
 #include <QString>
 #include <QTextEdit>
@@ -42,12 +43,17 @@ class PellTextView final : public QTextEdit, public TextView, private EditableTe
   bool viewportEvent(QEvent* event) override;
   void changeEvent(QEvent* event) override;
   void paintEvent(QPaintEvent* event) override;
+  void focusInEvent(QFocusEvent* event) override;
+  void focusOutEvent(QFocusEvent* event) override;
+  void timerEvent(QTimerEvent* event) override;
   void keyPressEvent(QKeyEvent* event) override;
   void inputMethodEvent(QInputMethodEvent* event) override;
   void mousePressEvent(QMouseEvent* event) override;
   void mouseMoveEvent(QMouseEvent* event) override;
   void mouseReleaseEvent(QMouseEvent* event) override;
   void contextMenuEvent(QContextMenuEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dragLeaveEvent(QDragLeaveEvent* event) override;
   void dropEvent(QDropEvent* event) override;
   QMimeData* createMimeDataFromSelection() const override;
   bool canInsertFromMimeData(const QMimeData* source) const override;
@@ -73,6 +79,8 @@ class PellTextView final : public QTextEdit, public TextView, private EditableTe
   bool isLaidOut(std::size_t position) const;
 
   void adoptPalette();
+  void showCaret();
+  QRect caret() const;
   void updateCursor(const QPoint& position);
   QString preedit() const;
   void setPreedit(const QString& preedit, const QList<QInputMethodEvent::Attribute>& attributes);
@@ -80,6 +88,8 @@ class PellTextView final : public QTextEdit, public TextView, private EditableTe
   EditableText text_;
   DocumentMirror mirror_;
   QString placeholder_;
+  QBasicTimer blink_;
+  bool isCaretOn_ = false;
   QString pressedLink_;
   QList<QInputMethodEvent::Attribute> preeditLook_;
   struct Change {

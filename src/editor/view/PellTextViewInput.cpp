@@ -237,7 +237,7 @@ void PellTextView::dropEvent(QDropEvent* event) {
   settleSelection();
   const auto position = static_cast<std::size_t>(cursorForPosition(event->position().toPoint()).position());
   QDragLeaveEvent leaving;  // takes the caret of the drop away
-  QTextEdit::dragLeaveEvent(&leaving);
+  dragLeaveEvent(&leaving);
   if (NoteMimeData::isFrom(this, *event->mimeData()) && event->proposedAction() == Qt::MoveAction) {
     moveSelectionTo(position);
   } else {

@@ -5,6 +5,7 @@
 
 #include "editor/BlockStyle.h"
 #include "editor/Face.h"
+#include "editor/RichText.h"
 
 namespace pell {
 namespace {
@@ -79,7 +80,8 @@ QTextCharFormat QtTextFormats::make(const TextAttributes& attributes) const {
   return format;
 }
 
-QTextBlockFormat QtTextFormats::paragraph(const std::optional<ParagraphStyle>& style) {
+QTextBlockFormat QtTextFormats::paragraph(const TextAttributes& attributes) const {
+  const std::optional<ParagraphStyle>& style = attributes.paragraphStyle;
   QTextBlockFormat format;
   if (!style) return format;
   if (style->lineHeight > 0) {
@@ -90,10 +92,19 @@ QTextBlockFormat QtTextFormats::paragraph(const std::optional<ParagraphStyle>& s
   format.setLeftMargin(style->headIndent);
   format.setTextIndent(style->firstLineIndent - style->headIndent);
   if (style->tailIndent < 0) format.setRightMargin(-style->tailIndent);
-  // Qt counts tab stops from where the paragraph's other lines begin.
+  // Qt counts them from where a line begins; the line that matters is the one with the marker of a list.
   QList<QTextOption::Tab> tabs;
-  for (double stop : style->tabStops) tabs.append({stop, QTextOption::LeftTab});
+  for (double stop : style->tabStops) {
+    if (stop > style->firstLineIndent) tabs.append({stop - style->firstLineIndent, QTextOption::LeftTab});
+  }
+  for (int more = 1; style->defaultTabInterval > 0 && more <= generatedStops; ++more) {
+    const double last = style->tabStops.empty() ? 0 : style->tabStops.back();
+    tabs.append({last + more * style->defaultTabInterval - style->firstLineIndent, QTextOption::LeftTab});
+  }
   if (!tabs.isEmpty()) format.setTabPositions(tabs);
+  if (attributes.background && RichText::isQuote(style)) {
+    format.setBackground(resolve(*attributes.background, appearance_));
+  }
   return format;
 }
 

@@ -19,12 +19,17 @@ namespace pell {
 /// looks the same whatever size the desktop's own texts have. Main thread only.
 class QtTextFormats {
  public:
+  /// Qt knows one default interval for all paragraphs; where a style has its own, so many stops show it.
+  static constexpr int generatedStops = 20;
+
   explicit QtTextFormats(Appearance appearance) : appearance_(appearance) {}
 
   /// A link gets the look of links besides its own attributes. What has no colour is drawn in ink.
   const QTextCharFormat& characters(const TextAttributes& attributes);
 
-  static QTextBlockFormat paragraph(const std::optional<ParagraphStyle>& style);
+  /// Of a paragraph whose first character has `attributes`. A quote lies on one ground, with no gaps between
+  /// its lines.
+  QTextBlockFormat paragraph(const TextAttributes& attributes) const;
 
   static QFont fontOf(const Font& font);
 

@@ -1,0 +1,34 @@
+// The editor of a note, as a window shows it.
+#pragma once
+
+#include <QString>
+#include <QWidget>
+#include <functional>
+#include <string>
+#include <string_view>
+
+#include "editor/EditorCoordinator.h"
+
+namespace pell {
+
+class EditorController;
+class PellTextView;
+
+/// Gives the controller a view for as long as it lives. Main thread only.
+class RichTextEditor final : public QWidget {
+ public:
+  /// `open` hands the address of a clicked link to the desktop.
+  RichTextEditor(EditorController& controller, std::function<bool(const std::string&)> open,
+                 const QString& placeholder, QWidget* parent = nullptr);
+
+  /// Shows that document; nothing happens if it is the one on show, whatever has become of its `rtf`.
+  void showDocument(const std::string& documentID, std::string_view rtf);
+
+  PellTextView& view() { return view_; }
+
+ private:
+  PellTextView& view_;  // a child
+  EditorCoordinator coordinator_;
+};
+
+}  // namespace pell
