@@ -25,6 +25,14 @@ Usage:
                                print the newest dictations kept on this computer
   pell history export --format json|csv
                                write out all of them
+  pell notes list [--json]     print the ids and titles of the notes kept on this computer
+  pell notes show ID           print the text of a note
+  pell notes export ID [--format rtf|txt|md]
+                               write a note to standard output; as RTF unless told otherwise
+  pell notes export --all [--format rtf|txt|md]
+                               write each note to a new file in the current folder, named after
+                               its title; no file is overwritten
+  pell notes import FILE...    make a note of each file, RTF or text, and print the new ids
   pell account | styles | usage | badges [--json]
                                print what the server has of your account
   pell --help | --version
@@ -48,6 +56,9 @@ constexpr std::array<std::pair<AccountPage, std::string_view>, 4> pages{{
     {AccountPage::usage, "usage"},
     {AccountPage::badges, "badges"},
 }};
+
+constexpr std::array<std::pair<NoteFormat, std::string_view>, 3> noteFormats{
+    {{NoteFormat::rtf, "rtf"}, {NoteFormat::text, "txt"}, {NoteFormat::markdown, "md"}}};
 
 template <class Value, std::size_t count>
 std::string_view wordOf(const std::array<std::pair<Value, std::string_view>, count>& table, Value wanted) {
@@ -105,6 +116,48 @@ Command parseExport(Arguments rest) {
   return UsageError{fmt::format("'{}' is neither json nor csv", rest[1])};
 }
 
+UsageError notesUsage() { return UsageError{"notes takes one of list, show, export, import"}; }
+
+Command parseNotesExport(Arguments rest) {
+  NotesExportCommand command;
+  bool hasTarget = false;
+  for (std::size_t i = 0; i < rest.size(); ++i) {
+    const std::string& word = rest[i];
+    if (word == "--format") {
+      if (++i == rest.size()) return UsageError{"--format needs a value"};
+      auto format = valueOf(noteFormats, rest[i]);
+      if (!format) return UsageError{fmt::format("'{}' is none of rtf, txt, md", rest[i])};
+      command.format = *format;
+      continue;
+    }
+    if (hasTarget || (word.starts_with("-") && word != "--all")) return unknown(word);
+    hasTarget = true;
+    if (word != "--all") command.id = word;
+  }
+  if (!hasTarget) return UsageError{"notes export takes the id of a note, or --all"};
+  return command;
+}
+
+Command parseNotes(Arguments rest) {
+  if (rest.empty()) return notesUsage();
+  const std::string& action = rest[0];
+  rest = rest.subspan(1);
+  if (action == "export") return parseNotesExport(rest);
+  if (action == "import") {
+    if (rest.empty()) return UsageError{"notes import takes files"};
+    return NotesImportCommand{{rest.begin(), rest.end()}};
+  }
+  if (action == "show") {
+    if (rest.size() != 1) return UsageError{"notes show takes the id of a note"};
+    return NotesShowCommand{rest[0]};
+  }
+  if (action != "list") return notesUsage();
+  if (rest.empty()) return NotesListCommand{};
+  if (rest[0] != "--json") return unknown(rest[0]);
+  if (rest.size() > 1) return unknown(rest[1]);
+  return NotesListCommand{.json = true};
+}
+
 Command parseAccount(AccountPage page, Arguments rest) {
   if (rest.empty()) return AccountCommand{.page = page};
   if (rest[0] != "--json") return unknown(rest[0]);
@@ -143,6 +196,7 @@ Command parseCommandLine(Arguments arguments, std::string_view version) {
   if (first == "dictate") return parseDictate(rest);
   if (first == "register" || first == "sign-in") return parseSignIn(rest, first == "register");
   if (first == "history") return parseHistory(rest);
+  if (first == "notes") return parseNotes(rest);
   if (auto page = accountPage(first)) return parseAccount(*page, rest);
   if (!rest.empty()) return unknown(rest[0]);
   if (first == "--hidden") return RunCommand{.hidden = true};

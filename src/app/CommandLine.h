@@ -6,8 +6,10 @@
 #include <string>
 #include <string_view>
 #include <variant>
+#include <vector>
 
 #include "app/HistoryExport.h"
+#include "app/NoteFiles.h"
 
 namespace pell {
 
@@ -49,6 +51,29 @@ struct HistoryExportCommand {
   bool operator==(const HistoryExportCommand&) const = default;
 };
 
+struct NotesListCommand {
+  bool json = false;
+  bool operator==(const NotesListCommand&) const = default;
+};
+
+/// Print the text of one note.
+struct NotesShowCommand {
+  std::string id;
+  bool operator==(const NotesShowCommand&) const = default;
+};
+
+/// Write one note to standard output, or all of them, which is when `id` is absent, to files.
+struct NotesExportCommand {
+  std::optional<std::string> id;
+  NoteFormat format = NoteFormat::rtf;
+  bool operator==(const NotesExportCommand&) const = default;
+};
+
+struct NotesImportCommand {
+  std::vector<std::string> files;
+  bool operator==(const NotesImportCommand&) const = default;
+};
+
 /// Print what the account has on the server.
 enum class AccountPage { account, styles, usage, badges };
 struct AccountCommand {
@@ -70,7 +95,8 @@ struct UsageError {
 };
 
 using Command = std::variant<RunCommand, DictateCommand, SignInCommand, SignOutCommand, HistoryCommand,
-                             HistoryExportCommand, AccountCommand, PrintCommand, UsageError>;
+                             HistoryExportCommand, NotesListCommand, NotesShowCommand, NotesExportCommand,
+                             NotesImportCommand, AccountCommand, PrintCommand, UsageError>;
 
 /// `arguments` without the program's name.
 Command parseCommandLine(std::span<const std::string> arguments, std::string_view version);

@@ -8,7 +8,7 @@
 namespace pell {
 
 /// One request, one line of JSON. `command` is a word of the command line ("dictate", "sign-in",
-/// "register", "sign-out", "account", "styles", "usage", "badges") or "activate".
+/// "register", "sign-out", "account", "styles", "usage", "badges"), "activate" or "notes-changed".
 struct ControlRequest {
   std::string command;
   std::string argument;  // the action, the e-mail address, or "json"

@@ -21,6 +21,7 @@
 #include "main/Essentials.h"
 #include "main/InstanceLock.h"
 #include "main/LinuxPlatform.h"
+#include "main/NotesCommands.h"
 #include "main/SessionCommand.h"
 #include "main/ShutdownWatch.h"
 #include "main/StandardStreams.h"
@@ -144,6 +145,9 @@ class Application {
       tasks_.spawn(answerQuestion(request, std::move(answer)));
     } else if (request.command == "dictate") {
       answer(dictate(request.argument));
+    } else if (request.command == notesChangedWord) {
+      delegate_.model().notes().reloadNotes();
+      answer({.ok = true});
     } else if (request.command == "activate") {
       openWindow();
       answer({.ok = true});

@@ -37,14 +37,6 @@ int runWithServer(const ControlRequest& request, ControlReply (*here)(const Cont
   return reply ? report(*reply) : failWith("the running Pell did not answer");
 }
 
-std::string localTime(Date date) {
-  auto seconds = static_cast<std::time_t>(secondsSince1970(date));
-  std::tm parts{};
-  ::localtime_r(&seconds, &parts);
-  char text[64];
-  return {text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M", &parts)};
-}
-
 bool put(const std::string& text) { return std::fwrite(text.data(), 1, text.size(), stdout) == text.size(); }
 
 /// Calls `print` with the history, or with nothing where none was ever kept. Gives the exit code.
@@ -68,6 +60,14 @@ int readHistory(const std::function<bool(DictationsRepository* history)>& print)
 }
 
 }  // namespace
+
+std::string localTime(Date date) {
+  auto seconds = static_cast<std::time_t>(secondsSince1970(date));
+  std::tm parts{};
+  ::localtime_r(&seconds, &parts);
+  char text[64];
+  return {text, std::strftime(text, sizeof(text), "%Y-%m-%d %H:%M", &parts)};
+}
 
 std::filesystem::path controlSocket() {
   auto folder = runtimeFolder();

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 #include "app/CommandLine.h"
+#include "async/Time.h"
 
 namespace pell {
 
@@ -13,6 +15,9 @@ int runSignOut(const SignOutCommand& command);
 int runAccount(const AccountCommand& command);
 int runHistory(const HistoryCommand& command);
 int runHistoryExport(const HistoryExportCommand& command);
+
+/// A moment by the user's clock, as "2026-03-01 09:41".
+std::string localTime(Date date);
 
 /// The socket of the running application.
 std::filesystem::path controlSocket();

@@ -5,6 +5,7 @@
 #include "app/CommandLine.h"
 #include "main/Application.h"
 #include "main/Commands.h"
+#include "main/NotesCommands.h"
 #include "main/StandardStreams.h"
 #include "platform/portable/BuildStamp.h"
 
@@ -22,6 +23,10 @@ struct Runner {
   int operator()(const HistoryCommand& command) const { return runHistory(command); }
   int operator()(const AccountCommand& command) const { return runAccount(command); }
   int operator()(const HistoryExportCommand& command) const { return runHistoryExport(command); }
+  int operator()(const NotesListCommand& command) const { return runNotesList(command); }
+  int operator()(const NotesShowCommand& command) const { return runNotesShow(command); }
+  int operator()(const NotesExportCommand& command) const { return runNotesExport(command); }
+  int operator()(const NotesImportCommand& command) const { return runNotesImport(command); }
   int operator()(const PrintCommand& command) const { return printOut(command.text); }
   int operator()(const UsageError& error) const {
     std::fprintf(stderr, "pell: %s\nTry 'pell --help'.\n", error.message.c_str());

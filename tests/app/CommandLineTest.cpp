@@ -19,6 +19,12 @@ TEST(CommandLineTest, UnderstandsEveryCommand) {
             Command(HistoryCommand{.search = "--json", .limit = 7}));
   EXPECT_EQ(parse({"history", "export", "--format", "csv"}),
             Command(HistoryExportCommand{ExportFormat::csv}));
+  EXPECT_EQ(parse({"notes", "list", "--json"}), Command(NotesListCommand{.json = true}));
+  EXPECT_EQ(parse({"notes", "show", "A"}), Command(NotesShowCommand{"A"}));
+  EXPECT_EQ(parse({"notes", "export", "A"}), Command(NotesExportCommand{.id = "A"}));
+  EXPECT_EQ(parse({"notes", "export", "--format", "md", "--all"}),
+            Command(NotesExportCommand{.format = NoteFormat::markdown}));
+  EXPECT_EQ(parse({"notes", "import", "a", "-b"}), Command(NotesImportCommand{{"a", "-b"}}));
   EXPECT_EQ(parse({"badges", "--json"}), Command(AccountCommand{.page = AccountPage::badges, .json = true}));
   EXPECT_EQ(parse({"--version"}), Command(PrintCommand{"pell 1.2.3\n"}));
 }
@@ -39,6 +45,15 @@ TEST(CommandLineTest, WrongLinesAreUsageErrorsThatNameTheCulprit) {
       {{"history", "--since"}, "--since"},
       {{"history", "export"}, "--format"},
       {{"history", "export", "--format", "xml"}, "xml"},
+      {{"notes"}, "import"},
+      {{"notes", "burn"}, "import"},
+      {{"notes", "list", "all"}, "all"},
+      {{"notes", "show"}, "id"},
+      {{"notes", "export"}, "--all"},
+      {{"notes", "export", "A", "--all"}, "--all"},
+      {{"notes", "export", "-A"}, "-A"},
+      {{"notes", "export", "A", "--format", "doc"}, "doc"},
+      {{"notes", "import"}, "files"},
       {{"usage", "--jsn"}, "--jsn"},
       {{"--version", "extra"}, "extra"},
   };
