@@ -32,7 +32,7 @@ std::string showableRTF(const Note& note) {
 }  // namespace
 
 NotesWorkflow::NotesWorkflow(Collaborators collaborators) : with_(std::move(collaborators)) {
-  with_.editor.onChange = [this](Draft draft) { handleEditorChange(std::move(draft)); };
+  with_.editor.onChange = [this](Draft& draft) { handleEditorChange(draft); };
 }
 
 NotesWorkflow::~NotesWorkflow() { with_.editor.onChange = nullptr; }
@@ -115,8 +115,8 @@ std::string NotesWorkflow::saveLabel() const {
                          *updatedAt, {.calendar = Calendar::current(), .locale = with_.localeOfDates});
 }
 
-void NotesWorkflow::handleEditorChange(Draft draft) {
-  draft_ = std::move(draft);
+void NotesWorkflow::handleEditorChange(Draft& draft) {
+  std::swap(draft_, draft);
   autosave_ = with_.main.postAfter(autosaveDelay, [this] { flushPendingSave(); });
 }
 

@@ -101,7 +101,7 @@ class NotesWorkflow {
  private:
   using Draft = EditorController::Snapshot;
 
-  void handleEditorChange(Draft draft);
+  void handleEditorChange(Draft& draft);
   void persist();
   void store(const std::optional<std::string>& id, Draft draft, int session);
   void updateRow(const Note& note);

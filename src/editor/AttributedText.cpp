@@ -51,23 +51,27 @@ std::u16string AttributedText::text(TextRange range) const {
 std::string AttributedText::utf8() const { return utf8({.location = 0, .length = length()}); }
 
 std::string AttributedText::utf8(TextRange range) const {
-  auto [front, back] = text_.pieces(range.location, range.length);
   std::string text;
   text.reserve(range.length + range.length / 8);
+  appendUtf8To(text, range);
+  return text;
+}
+
+void AttributedText::appendUtf8To(std::string& utf8, TextRange range) const {
+  auto [front, back] = text_.pieces(range.location, range.length);
   const bool cutsPair =
       !front.empty() && !back.empty() && U16_IS_LEAD(front.back()) && U16_IS_TRAIL(back.front());
   if (!cutsPair) {
-    appendUtf8(text, front);
-    appendUtf8(text, back);
-    return text;
+    appendUtf8(utf8, front);
+    appendUtf8(utf8, back);
+    return;
   }
   const std::u16string pair{front.back(), back.front()};
   front.remove_suffix(1);
   back.remove_prefix(1);
-  appendUtf8(text, front);
-  appendUtf8(text, pair);
-  appendUtf8(text, back);
-  return text;
+  appendUtf8(utf8, front);
+  appendUtf8(utf8, pair);
+  appendUtf8(utf8, back);
 }
 
 std::pair<std::u16string_view, std::u16string_view> AttributedText::pieces() const { return text_.pieces(); }

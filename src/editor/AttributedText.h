@@ -35,6 +35,7 @@ class AttributedText {
   /// Ill-formed UTF-16 becomes U+FFFD.
   std::string utf8() const;
   std::string utf8(TextRange range) const;
+  void appendUtf8To(std::string& utf8, TextRange range) const;
   /// The text as it lies in memory, in two pieces, good until the next change.
   std::pair<std::u16string_view, std::u16string_view> pieces() const;
 

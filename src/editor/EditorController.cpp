@@ -75,9 +75,16 @@ void EditorController::swap(AttributedText text,
 }
 
 EditorController::Snapshot EditorController::snapshot() const {
-  const EditableText* text = document();
-  if (!text) return {};
-  return {.rtf = RichText::rtf(text->storage()), .text = text->storage().utf8()};
+  Snapshot snapshot;
+  if (textView) take(snapshot);
+  return snapshot;
+}
+
+void EditorController::take(Snapshot& snapshot) const {
+  const AttributedText& text = document()->storage();
+  RichText::rtf(text, snapshot.rtf);
+  snapshot.text.clear();
+  text.appendUtf8To(snapshot.text, {.location = 0, .length = text.length()});
 }
 
 std::optional<TextRange> EditorController::insert(const std::vector<std::string>& paragraphs) {
@@ -125,9 +132,11 @@ void EditorController::endFlash() {
 
 void EditorController::notifyChanged() {
   if (isSwapping_ || !textView) return;
-  Snapshot now = snapshot();
+  Snapshot now = std::exchange(told_, {});  // whoever is told may bring about the next change
+  take(now);
   stats_ = counting_.update(now.text);
-  if (onChange) onChange(std::move(now));
+  if (onChange) onChange(now);
+  told_ = std::move(now);
   refresh();
 }
 

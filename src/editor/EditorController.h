@@ -55,8 +55,9 @@ class EditorController {
   /// The view on screen sets it and takes it back before it goes.
   TextView* textView = nullptr;
 
-  /// Told of every change of the document, not of a swap.
-  std::function<void(Snapshot snapshot)> onChange;
+  /// Told of every change of the document, not of a swap. May swap the snapshot for an older one: its memory
+  /// serves the next keystroke, and taking memory for a whole note each time costs more than filling it.
+  std::function<void(Snapshot& snapshot)> onChange;
 
   const Observable<Formatting>& formatting() const { return formatting_; }
 
@@ -119,6 +120,7 @@ class EditorController {
   static Font toggledBold(Font font);
   static Font toggledItalic(Font font);
 
+  void take(Snapshot& snapshot) const;
   EditableText* document() const { return textView ? &textView->document() : nullptr; }
   bool change(TextRange range, const std::function<void(EditableText&)>& edit);
   void swap(AttributedText text, const std::function<TextAttributes(const AttributedText&)>& typing);
@@ -133,6 +135,7 @@ class EditorController {
   Observable<Formatting> formatting_;
   Observable<TextStats> stats_;
   RunningStats counting_;
+  Snapshot told_;  // what `onChange` left
   bool isSwapping_ = false;
   std::vector<DelayedWork> flash_;  // the ticks to come
 };

@@ -73,6 +73,8 @@ std::vector<TextRange> RichText::paragraphRanges(const AttributedText& text, Tex
 
 std::string RichText::rtf(const AttributedText& text) { return writeRtf(text); }
 
+void RichText::rtf(const AttributedText& text, std::string& rtf) { writeRtf(text, rtf); }
+
 AttributedText RichText::attributed(std::string_view rtf) {
   if (rtf.empty()) return {};
   std::optional<AttributedText> text = readRtf(rtf);

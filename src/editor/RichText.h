@@ -33,6 +33,8 @@ struct RichText {
 
   /// As it is stored, whole.
   static std::string rtf(const AttributedText& text);
+  /// The same in the place of what `rtf` holds, whose memory serves again.
+  static void rtf(const AttributedText& text, std::string& rtf);
   /// From there, or from any other program. Whatever colours were stored, the text has the ink of the
   /// palette, which follows the surroundings, and it has the text family's fonts. Empty for what is no RTF.
   static AttributedText attributed(std::string_view rtf);

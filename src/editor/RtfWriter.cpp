@@ -142,14 +142,15 @@ Rgb fixed(const TextColour& colour) {
 
 class Writer {
  public:
-  explicit Writer(const AttributedText& text) : text_(text) {}
+  Writer(const AttributedText& text, std::string& body) : text_(text), body_(body) {}
 
-  std::string write() {
+  void write() {
+    body_.clear();
     body_.reserve(text_.length() + text_.length() / 4);
     text_.forEachRun({.length = text_.length()}, [&](const AttributedText::Run& run) { append(run); });
     closeField();
     body_ += "\\par}";
-    return head() + body_;
+    body_.insert(0, head());
   }
 
  private:
@@ -288,7 +289,7 @@ class Writer {
   }
 
   const AttributedText& text_;
-  std::string body_;
+  std::string& body_;  // and the head before it in the end
   Numbers<std::string> fonts_;
   Numbers<std::uint32_t> colours_;
   std::optional<std::optional<ParagraphStyle>> paragraphStyle_;  // of the paragraph before
@@ -299,6 +300,12 @@ class Writer {
 
 }  // namespace
 
-std::string writeRtf(const AttributedText& text) { return Writer(text).write(); }
+std::string writeRtf(const AttributedText& text) {
+  std::string rtf;
+  writeRtf(text, rtf);
+  return rtf;
+}
+
+void writeRtf(const AttributedText& text, std::string& rtf) { Writer(text, rtf).write(); }
 
 }  // namespace pell

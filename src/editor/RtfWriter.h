@@ -20,5 +20,7 @@ namespace pell {
 ///
 /// Any thread.
 std::string writeRtf(const AttributedText& text);
+/// The same in the place of what `rtf` holds, whose memory serves again.
+void writeRtf(const AttributedText& text, std::string& rtf);
 
 }  // namespace pell

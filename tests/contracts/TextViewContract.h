@@ -52,6 +52,10 @@ inline AttributedText asSeen(const AttributedText& text) {
     if (attributes.underline == 0) attributes.underline.reset();
     if (attributes.link) attributes.underline = 1;
     if (attributes.strikethrough == 0) attributes.strikethrough.reset();
+    if (attributes.link) {  // which has a look of its own
+      attributes.underline = 1;
+      attributes.foreground = PaletteColour::ink;
+    }
     attributes.paragraphStyle = attributes.paragraphStyle.value_or(ParagraphStyle());
     attributes.paragraphStyle->defaultTabInterval = 0;
     fixed(attributes.foreground);

@@ -27,9 +27,7 @@ class EditorHarness {
                       return true;
                     }),
         view_(view) {
-    controller.onChange = [this](EditorController::Snapshot snapshot) {
-      changes.push_back(std::move(snapshot));
-    };
+    controller.onChange = [this](EditorController::Snapshot& snapshot) { changes.push_back(snapshot); };
   }
 
   VirtualTime time;
