@@ -258,6 +258,7 @@ TEST_F(ServerTest, FailedWorkIsNotCharged) {
   const Answer failed = transcribe(token, sound, "?language=en", "audio/wav");
   EXPECT_EQ(failed.status, 502);
   EXPECT_EQ(failed.errorCode(), "TRANSCRIPTION_FAILED");
+  EXPECT_EQ(failed.json()["request_id"], failed.headers.at("x-request-id"));
   std::ofstream(flag) << "yes";
   EXPECT_EQ(transcribe(token, sound, "?language=en", "audio/wav").json()["quota"]["usedSeconds"], 3.0);
 }
@@ -307,6 +308,9 @@ TEST_F(ServerTest, WhatKeepsItFromStartingIsExplained) {
   Options options{.port = server_->port(), .data = elsewhere.path(), .recogniser = RecogniserCommand{hello}};
   EXPECT_NE(failure(options).find("in use"), std::string::npos);
   options.port = 0;
+  options.host = "no such host";
+  EXPECT_NE(failure(options).find(options.host), std::string::npos);
+  options.host = "127.0.0.1";
   options.data = elsewhere.path() / "file";
   EXPECT_NE(failure(options).find((elsewhere.path() / "file").string()), std::string::npos);
   options.data = elsewhere.path();
