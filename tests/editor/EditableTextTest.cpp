@@ -1,9 +1,8 @@
+#include <functional>
 #include <gtest/gtest.h>
-#include <random>
 
 #include "editor/EditableText.h"
 #include "editor/RichText.h"
-#include "editor/Utf16.h"
 #include "support/MemoryTextView.h"
 
 namespace pell {
@@ -16,114 +15,6 @@ TextAttributes with(int weight, double indent = 0) {
   attributes.font->weight = weight;
   attributes.paragraphStyle = RichText::paragraphStyle(indent);
   return attributes;
-}
-
-/// A view, and a user who does anything.
-class RandomUser {
- public:
-  explicit RandomUser(unsigned seed) : random_(seed) {
-    document().setAttributedString(piece());
-    states.push_back(document().storage());
-  }
-
-  void act() {
-    switch (below(9)) {
-      case 0:
-        return view.select(range());
-      case 1:
-        return view.pressReturn();
-      case 2:
-        return view.backspace();
-      case 3:
-        return view.paste(piece());
-      case 4:
-        return view.drop(u"dropped\n", below(length() + 1));
-      case 5:
-        return document().setTypingAttributes(with(400 + 300 * static_cast<int>(below(2))));
-      case 6: {
-        const TextRange where = range();
-        if (!document().shouldChangeText(where, std::nullopt)) return;
-        document().beginEditing();
-        const double indent = static_cast<double>(below(3)) * 11;
-        document().changeAttributes(document().storage().paragraphRange(where), [&](auto& old) {
-          old.paragraphStyle = RichText::paragraphStyle(indent);
-        });
-        document().replaceCharacters({.location = where.location}, AttributedText(u"•\t", with(400)));
-        document().endEditing();
-        return document().didChangeText();
-      }
-      case 7:  // an edit that is no step
-        if (document().canUndo()) document().replaceCharacters(range(), piece());
-        return;
-      default:
-        return view.type(u"ab");
-    }
-  }
-
-  void check() {
-    const AttributedText& text = document().storage();
-    ASSERT_TRUE(view.shown() == text);
-    ASSERT_EQ(view.shownSelection(), document().selectedRange());
-    ASSERT_LE(document().selectedRange().end(), text.length());
-    for (const TextRange paragraph :
-         RichText::paragraphRanges(text, {.location = 0, .length = text.length()})) {
-      text.forEachRun(paragraph, [&](const AttributedText::Run& run) {
-        ASSERT_EQ(run.attributes.paragraphStyle, text.attributesAt(paragraph.location).paragraphStyle);
-      });
-    }
-  }
-
-  EditableText& document() { return view.document(); }
-
-  MemoryTextView view;
-  std::vector<AttributedText> states;
-
- private:
-  std::size_t length() { return document().storage().length(); }
-  std::size_t below(std::size_t limit) { return random_() % limit; }
-  TextRange range() {
-    const std::size_t location = below(length() + 1);
-    return {.location = location, .length = below(std::min<std::size_t>(length() - location, 12) + 1)};
-  }
-  AttributedText piece() {
-    AttributedText piece;
-    for (std::size_t runs = below(4); runs > 0; --runs) {
-      piece.append(below(2) == 0 ? u"x\ny" : u"word",
-                   with(400 + 300 * static_cast<int>(below(2)), static_cast<double>(below(2)) * 22));
-    }
-    return piece;
-  }
-
-  std::mt19937 random_;
-};
-
-TEST(EditableText, UndoesThroughStatesThatWereAndRedoesToTheLast) {
-  for (unsigned seed = 0; seed < 30; ++seed) {
-    SCOPED_TRACE(seed);
-    RandomUser user(seed);
-    for (int turn = 0; turn < 80; ++turn) {
-      user.act();
-      ASSERT_NO_FATAL_FAILURE(user.check()) << turn;
-      user.states.push_back(user.document().storage());
-    }
-    std::vector<AttributedText> undone;
-    auto state = user.states.rbegin();
-    while (user.document().canUndo()) {
-      undone.push_back(user.document().storage());
-      user.document().undo();
-      ASSERT_NO_FATAL_FAILURE(user.check());
-      state = std::find(state, user.states.rend(), user.document().storage());
-      ASSERT_NE(state, user.states.rend()) << "a state that never was";
-    }
-    EXPECT_TRUE(user.document().storage() == user.states.front());
-    for (auto later = undone.rbegin(); later != undone.rend(); ++later) {
-      ASSERT_TRUE(user.document().canRedo());
-      user.document().redo();
-      ASSERT_NO_FATAL_FAILURE(user.check());
-      ASSERT_TRUE(user.document().storage() == *later);
-    }
-    EXPECT_FALSE(user.document().canRedo());
-  }
 }
 
 TEST(EditableText, JoinsWhatWasTypedInOneGo) {
