@@ -145,6 +145,7 @@ void RtfCodePage::readSingle() {
     if (converter_) append(character, {&byte, 1});
     characters_[value] = character.size() == 1 ? character[0] : char16_t{0xFFFD};
   }
+  for (unsigned value = ' '; value <= '~'; ++value) hasAscii_ &= characters_[value] == value;
 }
 
 void RtfCodePage::append(std::u16string& text, std::string_view bytes) const {

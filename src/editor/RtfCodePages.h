@@ -25,6 +25,9 @@ class RtfCodePage {
   bool isSingle() const { return single_; }
   char16_t character(unsigned char byte) const { return characters_[byte]; }
 
+  /// Whether the printable bytes of ASCII are what they are there.
+  bool hasAscii() const { return hasAscii_; }
+
   /// Of the other pages: whether another byte follows this one. Which one does not matter, so that a
   /// character's second half may look like plain text.
   bool isLead(unsigned char byte) const { return leads_[byte]; }
@@ -39,6 +42,7 @@ class RtfCodePage {
   void readSingle();
 
   bool single_ = true;
+  bool hasAscii_ = true;
   std::array<char16_t, 256> characters_{};
   std::array<bool, 256> leads_{};
   std::unique_ptr<UConverter, Close> converter_;

@@ -9,8 +9,7 @@ namespace pell {
 AttributedText RtfInterpreter::run() {
   groups_.push_back({.page = &codePages_.page(documentPage_)});
   tokens_.next();  // the bracket that opens the document
-  for (RtfToken token = tokens_.next(); token.kind != RtfToken::Kind::end; token = tokens_.next()) {
-    if (!take(token)) break;
+  while (take(tokens_.next())) {
   }
   flushBytes();
   return text_.take(groups_.back().style, hasGenerator_);
@@ -21,18 +20,15 @@ bool RtfInterpreter::take(const RtfToken& token) {
   const bool wasStarred = isStarred_;
   switch (token.kind) {
     case RtfToken::Kind::text:
+      if (fallback_ == 0 && token.isPlain && bytes_.empty() && groups_.back().page->hasAscii()) {
+        putPlain(token.text);
+      } else {
+        putBytesBehindFallback(token.text);
+      }
+      break;
     case RtfToken::Kind::byte: {
       const char byte = static_cast<char>(token.parameter);
-      std::string_view bytes = token.kind == RtfToken::Kind::byte ? std::string_view(&byte, 1) : token.text;
-      const auto passed = std::min(static_cast<std::size_t>(fallback_), bytes.size());
-      fallback_ -= static_cast<std::int32_t>(passed);
-      bytes.remove_prefix(passed);
-      if (bytes == "\r" && !isWithinCharacter_) {
-        flushBytes();
-        endParagraph();
-      } else {
-        putBytes(bytes);
-      }
+      putBytesBehindFallback({&byte, 1});
       break;
     }
     case RtfToken::Kind::open:
@@ -88,7 +84,7 @@ void RtfInterpreter::leave(const Group& group) {
   if (group.destination == Destination::marker) endMarker();
   if (group.destination == Destination::fontTable) {
     fonts_.end();
-    choosePage();
+    choosePageAnew();
   }
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,6 +40,11 @@ class RtfInterpreter {
     RtfStyle style;
   };
 
+  struct Field {
+    std::u16string instruction;
+    std::optional<std::int32_t> link;  // once its result is reached
+  };
+
   bool take(const RtfToken& token);
   void open();
   bool close();
@@ -57,7 +63,9 @@ class RtfInterpreter {
   void put(std::u16string_view text);
   void putUnit(char16_t unit);
   void putUnicode(std::int32_t number);
+  void putPlain(std::string_view bytes);
   void putBytes(std::string_view bytes);
+  void putBytesBehindFallback(std::string_view bytes);
   void putCells();
   void flushBytes();
   void endParagraph();
@@ -66,6 +74,7 @@ class RtfInterpreter {
   bool isShown() const;
   bool isOfSymbols();
   void choosePage();
+  void choosePageAnew();
   void setDocumentPage(std::int32_t number);
 
   RtfTokenizer tokens_;
@@ -74,16 +83,18 @@ class RtfInterpreter {
   RtfColours colours_;
   RtfText text_;
 
-  std::vector<Group> groups_;           // the present one last
-  std::vector<std::u16string> fields_;  // instructions of those that are open
-  std::u16string marker_;               // of a list item
-  std::string bytes_;                   // that may need others to be characters
-  std::u16string decoded_;              // a buffer
-  bool isWithinCharacter_ = false;      // whether the next byte belongs to the last of `bytes_`
-  std::int32_t fallback_ = 0;           // how many characters are yet to be passed over
-  std::size_t cells_ = 0;               // of a row, that ended and have no tab yet
+  std::vector<Group> groups_;       // the present one last
+  std::vector<Field> fields_;       // that are open
+  std::u16string marker_;           // of a list item
+  std::string bytes_;               // that may need others to be characters
+  std::u16string decoded_;          // a buffer
+  bool isWithinCharacter_ = false;  // whether the next byte belongs to the last of `bytes_`
+  std::int32_t fallback_ = 0;       // how many characters are yet to be passed over
+  std::size_t cells_ = 0;           // of a row, that ended and have no tab yet
   int documentPage_ = RtfCodePages::latin;
   std::int32_t defaultFont_ = 0;
+  const RtfCodePage* chosenPage_ = nullptr;  // of `chosenFont_`
+  std::int32_t chosenFont_ = 0;
   bool isStarred_ = false;
   bool hasGenerator_ = false;
 };

@@ -52,7 +52,7 @@ void RtfInterpreter::put(std::u16string_view text) {
     case Destination::colourTable:
       return colours_.append(text);
     case Destination::instruction:
-      fields_.back() += text;
+      fields_.back().instruction += text;
       return;
     case Destination::marker:
       for (const char16_t unit : text) marker_ += isOfSymbols() && unit > ' ' ? bullet : unit;
@@ -69,6 +69,7 @@ void RtfInterpreter::putUnicode(std::int32_t number) {
   constexpr std::int32_t lastCharacter = 0x10FFFF;
   const Group& group = groups_.back();
   fallback_ = group.fallbackLength;
+  if (fallback_ == 1 && tokens_.skipTextByte()) fallback_ = 0;
   if (number >= units && number <= lastCharacter) {  // against the rules, and plain what it means
     putUnit(U16_LEAD(number));
     return putUnit(U16_TRAIL(number));
@@ -84,6 +85,29 @@ void RtfInterpreter::putUnicode(std::int32_t number) {
     unit = group.page->character(static_cast<unsigned char>(unit));
   }
   putUnit(unit);
+}
+
+/// Of printable ASCII.
+void RtfInterpreter::putPlain(std::string_view bytes) {
+  if (groups_.back().destination != Destination::text) return putBytes(bytes);
+  if (!isShown()) return;
+  putCells();
+  std::u16string& text = text_.open(groups_.back().style);
+  const std::size_t before = text.size();
+  text.resize(before + bytes.size());
+  std::copy(bytes.begin(), bytes.end(), text.begin() + static_cast<std::ptrdiff_t>(before));
+}
+
+void RtfInterpreter::putBytesBehindFallback(std::string_view bytes) {
+  const auto passed = std::min(static_cast<std::size_t>(fallback_), bytes.size());
+  fallback_ -= static_cast<std::int32_t>(passed);
+  bytes.remove_prefix(passed);
+  if (bytes == "\r" && !isWithinCharacter_) {
+    flushBytes();
+    endParagraph();
+  } else {
+    putBytes(bytes);
+  }
 }
 
 /// A break of the line in a form that some programs give it, and other controls that no text has, are
@@ -149,8 +173,9 @@ void RtfInterpreter::fieldWord(RtfWord word) {
   } else if (word == RtfWord::fieldInstruction) {
     group.destination = Destination::instruction;
   } else {
-    const std::int32_t link = text_.link(rtfLinkTarget(fields_.back()));
-    if (link != RtfCharacters::none) group.style.characters.link = link;
+    Field& field = fields_.back();
+    if (!field.link) field.link = text_.link(rtfLinkTarget(field.instruction));
+    if (*field.link != RtfCharacters::none) group.style.characters.link = *field.link;
   }
 }
 
@@ -173,14 +198,24 @@ bool RtfInterpreter::isOfSymbols() { return groups_.back().page == &codePages_.p
 /// By the font, which has the bytes of its characters read in a way of its own.
 void RtfInterpreter::choosePage() {
   Group& group = groups_.back();
-  const std::int32_t font = group.style.characters.font;
-  const auto page = fonts_.codePage(font == RtfCharacters::none ? defaultFont_ : font);
-  group.page = &codePages_.page(page.value_or(documentPage_));
+  const std::int32_t font =
+      group.style.characters.font == RtfCharacters::none ? defaultFont_ : group.style.characters.font;
+  if (!chosenPage_ || font != chosenFont_) {
+    chosenPage_ = &codePages_.page(fonts_.codePage(font).value_or(documentPage_));
+    chosenFont_ = font;
+  }
+  group.page = chosenPage_;
+}
+
+/// To be called when what pages follow from has changed.
+void RtfInterpreter::choosePageAnew() {
+  chosenPage_ = nullptr;
+  choosePage();
 }
 
 void RtfInterpreter::setDocumentPage(std::int32_t number) {
   documentPage_ = number;
-  choosePage();
+  choosePageAnew();
 }
 
 }  // namespace pell

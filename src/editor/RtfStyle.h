@@ -14,9 +14,9 @@ namespace pell {
 struct RtfCharacters {
   static constexpr std::int32_t none = -1;
 
+  std::int32_t weight = 0;  // 0 if nothing says
+  std::int32_t size = 0;    // hundredths of a point; the same
   std::int32_t font = none;
-  std::int32_t size = 0;    // hundredths of a point; 0 if nothing says
-  std::int32_t weight = 0;  // the same
   std::int32_t foreground = 0;
   std::int32_t background = 0;  // of several words for it, in the order in which they count
   std::int32_t shading = 0;

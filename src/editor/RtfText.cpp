@@ -76,13 +76,14 @@ void RtfText::settle(const RtfParagraph& paragraph) {
   std::size_t settledEnd = paragraphBegin_;
   std::size_t flushed = 0;
   for (const Stretch& stretch : stretches_) {
-    RtfStyle style{.characters = stretch.characters, .paragraph = paragraph};
     const bool isFull = attributesSize_ >= RtfLimits::attributes;
-    const bool joins = settled_ && (isFull || *settled_ == style);
+    const bool joins =
+        settled_ &&
+        (isFull || (settled_->characters == stretch.characters && settled_->paragraph == paragraph));
     if (!joins) {
       append(flushed, settledEnd);
       flushed = settledEnd;
-      settled_ = std::move(style);
+      settled_ = {.characters = stretch.characters, .paragraph = paragraph};
     }
     settledEnd = stretch.end;
   }

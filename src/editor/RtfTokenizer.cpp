@@ -7,15 +7,36 @@
 namespace pell {
 namespace {
 
-bool isLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
+bool isLetter(char c) { return (c | 0x20) >= 'a' && (c | 0x20) <= 'z'; }
 bool isDigit(char c) { return c >= '0' && c <= '9'; }
 
-/// Of the bytes, those that end a stretch of text.
-constexpr std::array<bool, 256> endsText = [] {
-  std::array<bool, 256> ends{};
-  for (const unsigned char byte : {'\\', '{', '}', '\r', '\n'}) ends[byte] = true;
-  return ends;
+constexpr std::uint8_t endsText = 1;
+constexpr std::uint8_t notPlain = 2;
+
+constexpr std::array<std::uint8_t, 256> kindsOfBytes = [] {
+  std::array<std::uint8_t, 256> kinds{};
+  for (std::size_t byte = 0; byte < kinds.size(); ++byte)
+    kinds[byte] = byte < ' ' || byte > '~' ? notPlain : 0;
+  for (const unsigned char byte : {'\\', '{', '}', '\r', '\n'}) kinds[byte] |= endsText;
+  return kinds;
 }();
+
+constexpr std::size_t blockSize = 16;
+
+/// Whether all bytes of a block are printable ASCII that no text ends at. Without branches, so that a
+/// compiler looks at them at once.
+bool isPlainBlock(const char* bytes) {
+  unsigned odd = 0;
+  for (std::size_t at = 0; at < blockSize; ++at) {
+    const auto byte = static_cast<unsigned char>(bytes[at]);
+    odd |= static_cast<unsigned>(byte < ' ') | static_cast<unsigned>(byte > '~') |
+           static_cast<unsigned>(byte == '\\') | static_cast<unsigned>(byte == '{') |
+           static_cast<unsigned>(byte == '}');
+  }
+  return odd == 0;
+}
+
+std::uint8_t kindOf(char byte) { return kindsOfBytes[static_cast<unsigned char>(byte)]; }
 
 /// The value of a hexadecimal digit; -1 for anything else.
 int digitValue(char c) {
@@ -47,8 +68,21 @@ RtfToken RtfTokenizer::next() {
 
 RtfToken RtfTokenizer::text() {
   const std::size_t begin = at_;
-  while (at_ < document_.size() && !endsText[static_cast<unsigned char>(document_[at_])]) ++at_;
-  return {.kind = RtfToken::Kind::text, .text = document_.substr(begin, at_ - begin)};
+  std::size_t end = at_;
+  std::uint8_t kinds = 0;
+  while (end + blockSize <= document_.size() && isPlainBlock(document_.data() + end)) end += blockSize;
+  for (; end < document_.size() && (kindOf(document_[end]) & endsText) == 0; ++end)
+    kinds |= kindOf(document_[end]);
+  at_ = end;
+  return {.kind = RtfToken::Kind::text,
+          .isPlain = (kinds & notPlain) == 0,
+          .text = document_.substr(begin, end - begin)};
+}
+
+bool RtfTokenizer::skipTextByte() {
+  if (at_ == document_.size() || (kindOf(document_[at_]) & endsText) != 0) return false;
+  ++at_;
+  return true;
 }
 
 RtfToken RtfTokenizer::control() {
@@ -71,10 +105,10 @@ RtfToken RtfTokenizer::hexByte() {
 }
 
 RtfToken RtfTokenizer::word() {
-  const std::size_t begin = at_;
-  while (at_ < document_.size() && isLetter(document_[at_])) ++at_;
-  RtfToken token{.kind = RtfToken::Kind::word, .text = document_.substr(begin, at_ - begin)};
-  readParameter(token);
+  std::size_t end = at_;
+  while (end < document_.size() && isLetter(document_[end])) ++end;
+  RtfToken token{.kind = RtfToken::Kind::word, .text = document_.substr(at_, end - at_)};
+  at_ = endOfParameter(token, end);
   if (at_ < document_.size() && document_[at_] == ' ') ++at_;
   if (token.text == "bin") {
     skipBinary(token);
@@ -83,19 +117,20 @@ RtfToken RtfTokenizer::word() {
   return token;
 }
 
-void RtfTokenizer::readParameter(RtfToken& token) {
+/// Reads the number that may stand at `begin`.
+std::size_t RtfTokenizer::endOfParameter(RtfToken& token, std::size_t begin) const {
   constexpr std::int64_t most = std::numeric_limits<std::int32_t>::max();
-  std::size_t digit = at_;
+  std::size_t digit = begin;
   const bool negative = digit < document_.size() && document_[digit] == '-';
   if (negative) ++digit;
-  if (digit == document_.size() || !isDigit(document_[digit])) return;
+  if (digit == document_.size() || !isDigit(document_[digit])) return begin;
   std::int64_t value = 0;
   for (; digit < document_.size() && isDigit(document_[digit]); ++digit) {
     value = std::min(value * 10 + (document_[digit] - '0'), most);
   }
   token.hasParameter = true;
   token.parameter = static_cast<std::int32_t>(negative ? -value : value);
-  at_ = digit;
+  return digit;
 }
 
 void RtfTokenizer::skipBinary(const RtfToken& token) {

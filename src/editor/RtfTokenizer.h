@@ -20,6 +20,7 @@ struct RtfToken {
 
   Kind kind = Kind::end;
   bool hasParameter = false;
+  bool isPlain = false;        // of a text: printable ASCII throughout
   std::int32_t parameter = 0;  // held within its type
   std::string_view text;
 };
@@ -32,6 +33,9 @@ class RtfTokenizer {
 
   RtfToken next();
 
+  /// Passes over the next byte if it is text, and says so.
+  bool skipTextByte();
+
   /// Goes on to the bracket that closes the present group, or to the end.
   void skipGroup();
 
@@ -40,7 +44,7 @@ class RtfTokenizer {
   RtfToken word();
   RtfToken hexByte();
   RtfToken text();
-  void readParameter(RtfToken& token);
+  std::size_t endOfParameter(RtfToken& token, std::size_t begin) const;
   void skipBinary(const RtfToken& token);
 
   std::string_view document_;

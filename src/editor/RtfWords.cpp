@@ -1,5 +1,6 @@
 #include "editor/RtfWords.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 
@@ -153,11 +154,28 @@ constexpr auto words = std::to_array<RtfWordEntry>({
 
 constexpr RtfWordEntry unknownWord{};
 
-std::size_t hashOf(std::string_view name) {
-  std::size_t hash = 0;
-  for (const char letter : name) hash = hash * 31 + static_cast<unsigned char>(letter);
-  return hash ^ (hash >> 11U);
-}
+/// The first letters of a word as one number, since most words have no more.
+struct Key {
+  static constexpr std::size_t letters = sizeof(std::uint64_t);
+
+  explicit Key(std::string_view name) {
+    for (const char letter : name.substr(0, letters))
+      first = first << 8U | static_cast<unsigned char>(letter);
+    rest = name.substr(std::min(name.size(), letters));
+  }
+
+  bool operator==(const Key& other) const {
+    return first == other.first && rest.size() == other.rest.size() && (rest.empty() || rest == other.rest);
+  }
+
+  std::size_t hash() const {
+    constexpr std::uint64_t spread = 0x9E3779B97F4A7C15;  // of the golden ratio: neighbours fall far apart
+    return (first * spread) >> 54U;
+  }
+
+  std::uint64_t first = 0;
+  std::string_view rest;
+};
 
 /// Every word at the place that its hash gives, or at the next free one: documents ask for words far more
 /// often than for anything else.
@@ -165,29 +183,30 @@ class Index {
  public:
   Index() {
     for (const RtfWordEntry& entry : words) {
-      for (std::string_view rest = entry.names; !rest.empty();) {
-        const std::string_view name = rest.substr(0, rest.find(' '));
-        rest.remove_prefix(name.size() == rest.size() ? rest.size() : name.size() + 1);
-        slots_[freeSlot(name)] = {name, &entry};
+      for (std::string_view left = entry.names; !left.empty();) {
+        const std::string_view name = left.substr(0, left.find(' '));
+        left.remove_prefix(name.size() == left.size() ? left.size() : name.size() + 1);
+        const Key key(name);
+        slots_[place(key)] = {key, &entry};
       }
     }
   }
 
   const RtfWordEntry& find(std::string_view name) const {
-    const Slot& slot = slots_[freeSlot(name)];
+    const Slot& slot = slots_[place(Key(name))];
     return slot.entry ? *slot.entry : unknownWord;
   }
 
  private:
   struct Slot {
-    std::string_view name;
+    Key key{{}};
     const RtfWordEntry* entry = nullptr;
   };
 
-  /// Where `name` stands, or would stand.
-  std::size_t freeSlot(std::string_view name) const {
-    std::size_t at = hashOf(name) % slots_.size();
-    while (slots_[at].entry && slots_[at].name != name) at = (at + 1) % slots_.size();
+  /// Where a word stands, or would stand.
+  std::size_t place(const Key& key) const {
+    std::size_t at = key.hash();
+    while (slots_[at].entry && !(slots_[at].key == key)) at = (at + 1) % slots_.size();
     return at;
   }
 

@@ -131,6 +131,15 @@ class Numbers {
   std::optional<std::pair<const Value*, std::int32_t>> last_;
 };
 
+/// Whether a text may have scripts beyond Latin, Greek, Cyrillic and Armenian, which word processors show in
+/// a font of their own.
+bool hasOtherScripts(std::u16string_view text) {
+  constexpr char16_t firstOfThem = 0x0590;
+  char16_t last = 0;
+  for (const char16_t unit : text) last = std::max(last, unit);
+  return last >= firstOfThem;
+}
+
 std::uint32_t packed(Rgb colour) {
   return std::uint32_t{colour.red} << 16U | std::uint32_t{colour.green} << 8U | colour.blue;
 }
@@ -159,11 +168,12 @@ class Writer {
     const auto [first, second] = text_.pieces();
     const std::size_t begin = run.range.location;
     const std::size_t end = run.range.end();
-    if (begin < first.size()) append(first.substr(begin, end - begin), run.attributes);
-    if (end > first.size()) {
-      const std::size_t from = std::max(begin, first.size()) - first.size();
-      append(second.substr(from, end - first.size() - from), run.attributes);
-    }
+    const auto front = first.substr(std::min(begin, first.size()), end - begin);
+    const auto back =
+        second.substr(std::max(begin, first.size()) - first.size(), run.range.length - front.size());
+    needsOtherScripts_ = hasOtherScripts(front) || hasOtherScripts(back);
+    append(front, run.attributes);
+    append(back, run.attributes);
   }
 
   void append(std::u16string_view text, const TextAttributes& attributes) {
@@ -245,15 +255,18 @@ class Writer {
     body_ += ' ';
   }
 
-  /// Scripts such as Devanagari have a font of their own in RTF, and a usual one where none is said.
+  /// Where RTF has a font of its own for scripts such as Devanagari, it is the same.
   void setFont(const Font& font, std::int32_t number) {
     const std::int32_t size = counted(font.size, hundredths, RtfLimits::fontSize);
     const std::int32_t halves = (size + hundredthsPerHalf / 2) / hundredthsPerHalf;
-    appendWord(body_, "\\rtlch\\af", number);
-    appendWord(body_, "\\afs", halves);
-    if (font.isBold()) body_ += "\\ab";
-    if (font.italic) body_ += "\\ai";
-    appendWord(body_, "\\ltrch\\f", number);
+    if (needsOtherScripts_) {
+      appendWord(body_, "\\rtlch\\af", number);
+      appendWord(body_, "\\afs", halves);
+      if (font.isBold()) body_ += "\\ab";
+      if (font.italic) body_ += "\\ai";
+      body_ += "\\ltrch";
+    }
+    appendWord(body_, "\\f", number);
     appendWord(body_, "\\fs", halves);
     if (size % hundredthsPerHalf != 0) appendWord(body_, "\\pellsize", size);
     if (font.isBold()) body_ += "\\b";
@@ -296,6 +309,7 @@ class Writer {
   std::optional<std::string> link_;                              // of the field that is open
   bool isAtParagraphStart_ = true;
   bool areCharactersSet_ = false;
+  bool needsOtherScripts_ = false;  // of the run
 };
 
 }  // namespace

@@ -1,8 +1,10 @@
 #pragma once
 
 #include <QXmlStreamReader>
+#include <algorithm>
 #include <cmath>
 #include <map>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -75,10 +77,12 @@ class FlatOdt {
     TextAttributes attributes{.paragraphStyle = paragraphStyle(with)};
     std::string family = fontFaces_[with["style:font-name"]];
     std::erase(family, '\'');
-    // What the font of scripts such as Devanagari has otherwise counts as wrong.
-    const bool isWhole = with["fo:font-size"] == with["style:font-size-complex"] &&
-                         with["fo:font-weight"] == with["style:font-weight-complex"] &&
-                         with["fo:font-style"] == with["style:font-style-complex"];
+    // Scripts such as Devanagari have a font of their own there, which is to be the same.
+    const bool hasDevanagari = std::any_of(characters.begin(), characters.end(),
+                                           [](char16_t unit) { return unit >= 0x900 && unit < 0x980; });
+    const bool isWhole = !hasDevanagari || (with["fo:font-size"] == with["style:font-size-complex"] &&
+                                            with["fo:font-weight"] == with["style:font-weight-complex"] &&
+                                            with["fo:font-style"] == with["style:font-style-complex"]);
     attributes.font = Font{.family = family,
                            .size = isWhole ? points(with["fo:font-size"]) : 0,
                            .weight = with["fo:font-weight"] == "bold" ? Font::bold : Font::regular,
