@@ -2,13 +2,10 @@
 // choice of a style against the bare look-ups, and the server's cleanup against ICU's search for words.
 // One line each: name, ours, the peer's, and how many times faster ours is. Texts in MB/s, lists and cleanup
 // in milliseconds, the choice of a style in nanoseconds; medians, taken in turn.
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fmt/core.h>
 #include <fstream>
-#include <functional>
 #include <random>
 #include <sqlite3.h>
 #include <sstream>
@@ -20,6 +17,8 @@
 #include <unicode/utext.h>
 #include <vector>
 
+#include "bench/support/Duel.h"
+#include "bench/support/Prose.h"
 #include "editor/TextCounting.h"
 #include "localserver/RuleCleaner.h"
 #include "platform/linux/StyleSupplement.h"
@@ -30,89 +29,16 @@
 namespace {
 
 using namespace pell;
+using namespace pell::bench;
 namespace fs = std::filesystem;
 
 constexpr std::size_t textSize = 16'000'000;  // bytes; starting wc takes next to nothing beside it
 constexpr int noteCount = 10'000;
 
-const std::vector<std::string_view> english{
-    "the",     "a",     "of",     "and",    "to",       "harvest", "letter", "morning,", "dictated.", "it's",
-    "meeting", "after", "before", "would",  "quickly",  "because", "people", "window",   "thank",     "you",
-    "river",   "I",     "send",   "please", "tomorrow", "house",   "small",  "question", "answer.",   "12"};
-const std::vector<std::string_view> hindi{
-    "मैं",    "हिंदी",   "में",    "लिखता",   "हूँ।",    "और",   "यह",   "पत्र",  "कल",    "सुबह",
-    "भेजना", "है",      "कृपया", "विद्यालय", "राष्ट्र", "क्षेत्र", "प्रश्न", "उत्तर", "लोग",   "खिड़की",
-    "नमस्ते", "धन्यवाद", "से",    "को",      "का",    "की",   "पर",   "लेकिन", "इसलिए", "स्वतंत्रता"};
-
-std::string prose(const std::vector<std::string_view>& words, std::size_t size) {
-  std::mt19937 random(7);
-  std::string text;
-  while (text.size() < size) {
-    text += words[random() % words.size()];
-    text += random() % 40 == 0 ? '\n' : ' ';
-  }
-  return text;
-}
-
-class Scratch {
- public:
-  Scratch() {
-    std::string pattern = (fs::temp_directory_path() / "text-bench-XXXXXX").string();
-    if (!mkdtemp(pattern.data())) std::exit(1);
-    path = pattern;
-  }
-  ~Scratch() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  fs::path path;
-};
-
 class FixedClock final : public WallClock {
  public:
   Date now() const override { return dateFromSeconds(1'750'000'000); }
 };
-
-double seconds(const std::function<void()>& work) {
-  const auto start = std::chrono::steady_clock::now();
-  work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values) {
-  std::sort(values.begin(), values.end());
-  return values[values.size() / 2];
-}
-
-struct Duel {
-  std::string name;
-  std::function<void()> ours;
-  std::function<void()> peer;
-  std::function<double(double)> figure;  // of seconds
-};
-
-void run(const Duel& duel) {
-  std::vector<double> ours;
-  std::vector<double> peer;
-  duel.ours();
-  duel.peer();
-  for (int round = 0; round < 9; ++round) {
-    if (round % 2 == 0) ours.push_back(seconds(duel.ours));
-    peer.push_back(seconds(duel.peer));
-    if (round % 2 == 1) ours.push_back(seconds(duel.ours));
-  }
-  const double mine = median(ours);
-  const double theirs = median(peer);
-  fmt::print("{} {:.1f} {:.1f} {:.2f}\n", duel.name, duel.figure(mine), duel.figure(theirs), theirs / mine);
-  std::fflush(stdout);
-}
-
-/// Fails the program where the two did not count alike; also keeps the work from being left out.
-void same(std::int64_t ours, std::int64_t peers) {
-  if (ours == peers) return;
-  fmt::print("counted {} and {}\n", ours, peers);
-  std::exit(1);
-}
 
 std::int64_t countWith(icu::BreakIterator& clusters) {
   std::int64_t count = 0;
