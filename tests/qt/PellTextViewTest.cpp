@@ -112,6 +112,19 @@ TEST_F(PellTextViewTest, KeysEditTheText) {
   EXPECT_EQ(plain(), u"“so”—it’'");
 }
 
+TEST_F(PellTextViewTest, AnAddressBecomesALinkWhenTheWordIsOver) {
+  user.type(u"see www.x.org.");
+  EXPECT_FALSE(at(4).link);
+  user.pressReturn();
+  user.type(u"more");
+  EXPECT_EQ(plain(), u"see www.x.org.\nmore");
+  EXPECT_EQ(text().storage().runAt(4).range, (TextRange{4, 9}));
+  EXPECT_EQ(at(4).link, "https://www.x.org");
+  EXPECT_FALSE(at(15).link);
+  while (at(4).link) text().undo();
+  EXPECT_EQ(plain(), u"see www.x.org.");
+}
+
 TEST_F(PellTextViewTest, CharactersStayWhatTheyAreOnEveryRoad) {
   const std::u16string odd =
       u"a\u00A0b\u2028c\uFFFCd\uFDD0e\uFEFFf\u00ADg\xD800h\xDC00i\u0000j"

@@ -66,6 +66,7 @@ class PellTextView final : public QTextEdit, public TextView, private EditableTe
 
   bool edit(const QKeyEvent& event);
   void type(const QString& text);
+  void linkWordBefore(std::size_t caret);
   void deleteTo(QTextCursor::MoveOperation operation);
   void deleteBackward();
   void undoOrRedo(void (EditableText::*step)());

@@ -12,6 +12,7 @@
 #include <memory>
 #include <utility>
 
+#include "editor/LinkDetection.h"
 #include "editor/SmartPunctuation.h"
 #include "editor/view/NoteMimeData.h"
 #include "editor/view/PellTextView.h"
@@ -87,7 +88,23 @@ bool PellTextView::edit(const QKeyEvent& event) {
   return true;
 }
 
+/// An address becomes a link when the word is over.
+void PellTextView::linkWordBefore(std::size_t caret) {
+  const std::size_t line = text_.storage().paragraphRange({.location = caret}).location;
+  const std::size_t start = std::max(line, caret - std::min(caret, LinkDetection::longest + 1));
+  const auto found = LinkDetection::atEnd(text_.storage().text({start, caret - start}));
+  if (!found) return;
+  const TextRange word{caret - found->fromEnd, found->length};
+  if (text_.storage().attributesAt(word.location).link || !text_.shouldChangeText(word, std::nullopt)) return;
+  const TextAttributes typing = text_.typingAttributes();  // what follows is no part of it
+  text_.changeAttributes(word, [&](TextAttributes& attributes) { attributes.link = found->target; });
+  text_.didChangeText();
+  text_.setTypingAttributes(typing);
+}
+
 void PellTextView::type(const QString& text) {
+  const TextRange selection = text_.selectedRange();
+  if (text.size() == 1 && text.front().isSpace() && selection.length == 0) linkWordBefore(selection.location);
   if (!text_.insertText(text.toStdU16String(), text_.selectedRange()) || text.size() != 1) return;
   const std::size_t caret = text_.selectedRange().location;
   const std::size_t line = text_.storage().paragraphRange({.location = caret}).location;
