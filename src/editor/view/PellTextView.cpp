@@ -107,6 +107,7 @@ void PellTextView::textReplaced(TextRange before, TextRange after) {
   if (isAll) setTextCursor(QTextCursor());
   mirror_.replace(before, after);
   showSelection();
+  if (isAll) verticalScrollBar()->setValue(0);
   if (composed.isEmpty()) return;
   const bool isOtherText = isAll && before.length > 0;
   if (isOtherText || text_.selectedRange().length > 0) {
