@@ -213,14 +213,8 @@ TEST_F(NotesWorkflowTest, ListsWhatMatchesTheQuery) {
   keep("Straße\nwith trees");
   keep("Garden\nTREES and grass");
   notes().reloadNotes();
-  for (const auto& [query, expected] : std::vector<std::pair<std::string, std::size_t>>{{"", 2},
-                                                                                        {" \t", 2},
-                                                                                        {" Trees ", 2},
-                                                                                        {"STRAßE", 1},
-                                                                                        {"grass", 1},
-                                                                                        {"rees an", 1},
-                                                                                        {"\n", 2},
-                                                                                        {"x", 0}}) {
+  for (const auto& [query, expected] : std::vector<std::pair<std::string, std::size_t>>{
+           {" \t", 2}, {" Trees ", 2}, {"STRAßE", 1}, {"rees an", 1}, {"\n", 2}, {"x", 0}}) {
     notes().setQuery(query);
     const auto groups = notes().groups();
     EXPECT_EQ(groups.empty() ? 0 : groups.at(0).notes.size(), expected) << query;

@@ -1,7 +1,6 @@
 // An editor at work on a view, and its text as a line to compare.
 #pragma once
 
-#include <algorithm>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -20,25 +19,22 @@ namespace pell::testing {
 /// style is only what will be typed there.
 class EditorHarness {
  public:
-  explicit EditorHarness(TextView& view)
-      : coordinator(controller, view,
-                    [this](const std::string& address) {
-                      opened.push_back(address);
-                      return true;
-                    }),
-        view_(view) {
-    controller.onChange = [this](EditorController::Snapshot& snapshot) { changes.push_back(snapshot); };
+  explicit EditorHarness(TextView& view) : view_(view) {
+    controller.onChange = [this](EditorController::Snapshot& snapshot) {
+      std::swap(latest, snapshot);
+      ++changes;
+    };
   }
 
   VirtualTime time;
   EditorController controller{time.main()};
+  EditorController::Snapshot latest;
+  int changes = 0;
   std::vector<std::string> opened;
-  std::vector<EditorController::Snapshot> changes;
-  EditorCoordinator coordinator;
 
   EditableText& text() { return view_.document(); }
 
-  void put(std::string_view marked, std::string_view styles) {
+  void put(std::string_view marked, std::string_view styles = "") {
     std::u16string plain = utf16Of(marked);
     TextRange selection{.location = plain.find_first_of(u"|[")};
     plain.erase(selection.location, 1);
@@ -51,33 +47,29 @@ class EditorHarness {
     for (const char letter : styles) {
       const TextRange paragraph = text().storage().paragraphRange({.location = at});
       text().changeAttributes(paragraph,
-                              [&](TextAttributes& attributes) { attributes.paragraphStyle = style(letter); });
+                              [&](auto& attributes) { attributes.paragraphStyle = style(letter); });
       at = paragraph.end();
     }
     text().setSelectedRange(selection);
     controller.refresh();
-    changes.clear();
+    changes = 0;
   }
 
   std::string shown() {
-    std::u16string marked = text().storage().text();
+    const AttributedText& storage = text().storage();
+    std::u16string marked = storage.text();
     const TextRange selection = text().selectedRange();
     if (selection.length > 0) marked.insert(selection.end(), u"]");
     marked.insert(selection.location, selection.length > 0 ? u"[" : u"|");
-    return utf8Of(marked) + " " + styles();
-  }
-
-  std::string styles() {
-    const AttributedText& storage = text().storage();
-    std::string letters;
+    std::string letters = " ";
     for (std::size_t at = 0; at < storage.length(); at = storage.paragraphRange({.location = at}).end()) {
       letters += letter(storage.attributesAt(at).paragraphStyle);
     }
     const bool hasEmptyEnd = storage.isEmpty() || storage[storage.length() - 1] == u'\n';
-    if (hasEmptyEnd && text().selectedRange().location == storage.length()) {
+    if (hasEmptyEnd && selection.location == storage.length()) {
       letters += static_cast<char>(letter(text().typingAttributes().paragraphStyle) - 'a' + 'A');
     }
-    return letters;
+    return utf8Of(marked) + letters;
   }
 
  private:
@@ -93,6 +85,12 @@ class EditorHarness {
   }
 
   TextView& view_;
+
+ public:
+  EditorCoordinator coordinator{controller, view_, [this](const std::string& address) {
+                                  opened.push_back(address);
+                                  return true;
+                                }};
 };
 
 }  // namespace pell::testing
