@@ -20,18 +20,16 @@ std::int32_t fontSizeOf(std::int32_t parameter, std::int32_t unit) {
 }  // namespace
 
 bool RtfStyle::apply(RtfWord word, std::optional<std::int32_t> parameter) {
-  return applyToCharacters(word, parameter) || applyToParagraph(word, parameter.value_or(0));
+  return applyToFont(word, parameter) || applyToCharacters(word, parameter) ||
+         applyToParagraph(word, parameter.value_or(0));
 }
 
-bool RtfStyle::applyToCharacters(RtfWord word, std::optional<std::int32_t> parameter) {
+bool RtfStyle::applyToFont(RtfWord word, std::optional<std::int32_t> parameter) {
   constexpr std::int32_t boldWeight = 700;
   constexpr std::int32_t halfPoint = 50;
   const bool isOn = parameter != 0;
   const std::int32_t number = parameter.value_or(0);
   switch (word) {
-    case RtfWord::plain:
-      characters = {.link = characters.link};
-      return true;
     case RtfWord::font:
       characters.font = number;
       return true;
@@ -49,6 +47,18 @@ bool RtfStyle::applyToCharacters(RtfWord word, std::optional<std::int32_t> param
       return true;
     case RtfWord::italic:
       characters.italic = isOn;
+      return true;
+    default:
+      return false;
+  }
+}
+
+bool RtfStyle::applyToCharacters(RtfWord word, std::optional<std::int32_t> parameter) {
+  const bool isOn = parameter != 0;
+  const std::int32_t number = parameter.value_or(0);
+  switch (word) {
+    case RtfWord::plain:
+      characters = {.link = characters.link};
       return true;
     case RtfWord::underline:
       characters.underline = isOn;

@@ -53,6 +53,7 @@ struct RtfStyle {
   RtfParagraph paragraph;
 
  private:
+  bool applyToFont(RtfWord word, std::optional<std::int32_t> parameter);
   bool applyToCharacters(RtfWord word, std::optional<std::int32_t> parameter);
   bool applyToParagraph(RtfWord word, std::int32_t parameter);
 };

@@ -15,8 +15,9 @@ namespace pell {
 /// - what says nothing counts as absent: a paragraph style all of whose parts are 0, an empty link, an
 ///   underline of 0.
 ///
-/// Other programs find whole numbers in place of font weights between the regular and the bold one, half
-/// points in place of smaller parts, and no default tab intervals: words of our own hold these.
+/// Words of our own hold what RTF has none for. Other programs see the nearest of regular and bold in place
+/// of other weights, half points in place of smaller parts of them, and no default tab interval of a
+/// paragraph.
 ///
 /// Any thread.
 std::string writeRtf(const AttributedText& text);
