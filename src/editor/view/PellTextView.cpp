@@ -96,7 +96,7 @@ PellTextView::~PellTextView() {
   disconnect(this, nullptr, this, nullptr);
 }
 
-// The text and what is shown of it ----------------------------------------------------------------------
+// The text and what is shown of it ------------------------------------------------------------------------
 
 void PellTextView::textReplaced(TextRange before, TextRange after) {
   const QScopedValueRollback showing(isShowing_, true);
@@ -192,7 +192,7 @@ void PellTextView::highlight(TextRange range, double alpha) {
   setExtraSelections({wash});
 }
 
-// Looks ------------------------------------------------------------------------------------------------
+// Looks --------------------------------------------------------------------------------------------------
 
 void PellTextView::setPlaceholder(const QString& placeholder) {
   placeholder_ = placeholder;
@@ -203,9 +203,7 @@ void PellTextView::setPlaceholder(const QString& placeholder) {
 void PellTextView::paintEvent(QPaintEvent* event) {
   QTextEdit::paintEvent(event);
   QPainter painter(viewport());
-  if (isCaretOn_ && !selectionWaits_) {
-    painter.fillRect(caret(), colour(PaletteColour::accentInk, mirror_.appearance()));
-  }
+  if (isCaretOn_) painter.fillRect(caret(), colour(PaletteColour::accentInk, mirror_.appearance()));
   if (!text_.storage().isEmpty() || placeholder_.isEmpty() || !preedit().isEmpty()) return;
   painter.setFont(QtTextFormats::fontOf(pell::font(BlockStyle::title)));
   painter.setPen(colour(PaletteColour::faint, mirror_.appearance()));
@@ -216,7 +214,9 @@ void PellTextView::paintEvent(QPaintEvent* event) {
 
 // The caret ----------------------------------------------------------------------------------------------
 
+/// Empty where nothing is laid out: to ask Qt there would lay out all that stands before, and nobody sees it.
 QRect PellTextView::caret() const {
+  if (selectionWaits_ || textCursor().block().layout()->lineCount() == 0) return {};
   QRect rect = cursorRect();
   rect.setWidth(caretWidth);
   return rect;
@@ -247,8 +247,7 @@ void PellTextView::timerEvent(QTimerEvent* event) {
     return;
   }
   isCaretOn_ = !isCaretOn_;
-  // To ask where it is would lay out everything before it.
-  if (!selectionWaits_) viewport()->update(caret());
+  viewport()->update(caret());
 }
 
 void PellTextView::dragEnterEvent(QDragEnterEvent* event) {

@@ -50,7 +50,7 @@ bool isPlainBackspace(const QKeyEvent& event) {
 
 }  // namespace
 
-// Keys --------------------------------------------------------------------------------------------------
+// Keys ---------------------------------------------------------------------------------------------------
 
 void PellTextView::keyPressEvent(QKeyEvent* event) {
   settleSelection();
@@ -139,7 +139,7 @@ void PellTextView::deleteBackward() {
   text_.insertText(u"", isWhole ? range : TextRange{range.end() - 1, 1});
 }
 
-// Input methods -----------------------------------------------------------------------------------------
+// Input methods ------------------------------------------------------------------------------------------
 
 QString PellTextView::preedit() const { return textCursor().block().layout()->preeditAreaText(); }
 
@@ -155,7 +155,7 @@ void PellTextView::inputMethodEvent(QInputMethodEvent* event) {
   const bool replaces = event->replacementLength() > 0;
   const bool commits = !event->commitString().isEmpty() || replaces;
   const bool isSelected = text_.selectedRange().length > 0;
-  if (isSelected && !replaces && (event->commitString().isEmpty() && event->preeditString() != preedit())) {
+  if (isSelected && !commits && event->preeditString() != preedit()) {
     text_.insertText(u"", text_.selectedRange());
   }
   if (commits) {
@@ -175,7 +175,7 @@ void PellTextView::inputMethodEvent(QInputMethodEvent* event) {
   viewport()->update();  // for the placeholder
 }
 
-// The pointer -------------------------------------------------------------------------------------------
+// The pointer --------------------------------------------------------------------------------------------
 
 void PellTextView::mousePressEvent(QMouseEvent* event) {
   settleSelection();
@@ -214,7 +214,7 @@ void PellTextView::contextMenuEvent(QContextMenuEvent* event) {
   menu->exec(event->globalPos());
 }
 
-// The clipboard, and what is dragged ----------------------------------------------------------------------
+// The clipboard, and what is dragged ---------------------------------------------------------------------
 
 QMimeData* PellTextView::createMimeDataFromSelection() const {
   return std::make_unique<NoteMimeData>(text_.storage().subtext(text_.selectedRange()), this).release();
