@@ -3,6 +3,8 @@
 #include <gtest/gtest.h>
 
 #include "app/ModelWorld.h"
+#include "editor/EditorCoordinator.h"
+#include "support/MemoryTextView.h"
 
 namespace pell::testing {
 namespace {
@@ -90,6 +92,19 @@ TEST(ModelJoinTest, ACachedDocumentGatesTheVersionWithoutTheNetwork) {
   for (const bool again : {true, false}) gate.notice(again ? gate.remoteConfig().get() : std::nullopt);
   EXPECT_TRUE(gate.updateRequired().get()) << "asked again by the next document";
   EXPECT_EQ(world.desk.log.count("app_config_gate"), 2u);
+}
+
+TEST(ModelJoinTest, WhatIsTypedAndDictatedIntoANoteIsStoredBeforeTheEnd) {
+  Joined world;
+  auto& model = world.model();
+  MemoryTextView view;
+  EditorCoordinator coordinator(model.editor(), view, [](const std::string&) { return true; });
+  coordinator.show(model.notes().documentID(), model.notes().latestRTF());
+  EXPECT_TRUE(model.notes().insertTranscript({.paragraphs = {"Said"}}));
+  EXPECT_EQ(model.store().notes()->list().at(0).text, "Said");
+  view.type(u", typed");
+  world.app->applicationShouldTerminate();
+  EXPECT_EQ(model.store().notes()->list().at(0).text, "Said, typed");
 }
 
 }  // namespace
