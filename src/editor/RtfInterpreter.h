@@ -20,7 +20,8 @@ namespace pell {
 /// Does what the tokens of one RTF document say, once.
 class RtfInterpreter {
  public:
-  explicit RtfInterpreter(std::string_view document) : tokens_(document), text_(fonts_, colours_) {}
+  explicit RtfInterpreter(std::string_view document)
+      : tokens_(document), text_(fonts_, colours_, document.size()) {}
   RtfInterpreter(const RtfInterpreter&) = delete;
   RtfInterpreter& operator=(const RtfInterpreter&) = delete;
 

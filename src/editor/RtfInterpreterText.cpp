@@ -13,6 +13,7 @@ namespace {
 constexpr char16_t bullet = 0x2022;
 constexpr char16_t replacement = 0xFFFD;
 constexpr char16_t paragraphSeparator = 0x2029;
+constexpr std::size_t longestInstruction = 4 * RtfLimits::link;  // UTF-16 code units; backslashes count twice
 
 bool isControl(char16_t unit) { return unit < ' ' && unit != '\t'; }
 
@@ -52,7 +53,7 @@ void RtfInterpreter::put(std::u16string_view text) {
     case Destination::colourTable:
       return colours_.append(text);
     case Destination::instruction:
-      fields_.back().instruction += text;
+      if (fields_.back().instruction.size() <= longestInstruction) fields_.back().instruction += text;
       return;
     case Destination::marker:
       for (const char16_t unit : text) marker_ += isOfSymbols() && unit > ' ' ? bullet : unit;
@@ -174,7 +175,9 @@ void RtfInterpreter::fieldWord(RtfWord word) {
     group.destination = Destination::instruction;
   } else {
     Field& field = fields_.back();
-    if (!field.link) field.link = text_.link(rtfLinkTarget(field.instruction));
+    const bool isTooLong = field.instruction.size() > longestInstruction;
+    if (!field.link)
+      field.link = isTooLong ? RtfCharacters::none : text_.link(rtfLinkTarget(field.instruction));
     if (*field.link != RtfCharacters::none) group.style.characters.link = *field.link;
   }
 }

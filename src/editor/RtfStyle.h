@@ -62,8 +62,10 @@ struct RtfStyle {
 /// this goes, and their text but that of deeper groups always.
 struct RtfLimits {
   static constexpr std::size_t depth = 10'000;            // of groups in groups; deeper ones are left out
-  static constexpr std::size_t tabStops = 100;            // of a paragraph
+  static constexpr std::size_t tabStops = 32;             // of a paragraph
   static constexpr std::size_t attributes = 256'000'000;  // bytes that the attributes of the text may take
+  static constexpr std::size_t link = 8192;               // bytes of its UTF-8; longer ones lead nowhere
+  static constexpr std::size_t linksPerByte = 4;          // bytes of all links, each time that one begins
   static constexpr std::size_t stretches = 50'000;        // of unlike characters within a paragraph
   static constexpr std::int32_t length = 1'000'000;       // twentieths of a point
   static constexpr std::int32_t fontSize = 1'000'000;     // hundredths of a point

@@ -69,7 +69,7 @@ void RtfColours::append(std::u16string_view text) {
 }
 
 std::optional<TextColour> RtfColours::colour(std::int32_t number) const {
-  if (number < 0 || static_cast<std::size_t>(number) >= colours_.size()) return std::nullopt;
+  if (number <= 0 || static_cast<std::size_t>(number) >= colours_.size()) return std::nullopt;
   const std::optional<Rgb> fixed = colours_[static_cast<std::size_t>(number)];
   if (!fixed) return std::nullopt;
   for (std::size_t index = 0; index < detail::palette.size(); ++index) {

@@ -41,7 +41,8 @@ class RtfFonts {
   std::u16string name_;
 };
 
-/// `;\red0\green0\blue0;`: the first is nobody's, what the reader of the text likes.
+/// `;\red0\green0\blue0;`: the first is nobody's, what the reader of the text likes, also where a document
+/// gives it a colour: it would be that of all text that names none.
 class RtfColours {
  public:
   void setRed(std::int32_t value);

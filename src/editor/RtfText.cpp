@@ -58,9 +58,23 @@ void RtfText::endParagraph(const RtfStyle& style) {
 }
 
 std::int32_t RtfText::link(std::string target) {
-  if (target.empty()) return RtfCharacters::none;
-  if (links_.empty() || links_.back() != target) links_.push_back(std::move(target));
-  return static_cast<std::int32_t>(links_.size() - 1);
+  if (target.empty() || target.size() > RtfLimits::link) return RtfCharacters::none;
+  const auto [found, isNew] =
+      numbers_.try_emplace(std::move(target), static_cast<std::int32_t>(links_.size()));
+  if (isNew) links_.push_back(&found->first);
+  return found->second;
+}
+
+/// Two links may take turns in few bytes, and each would be written out at each turn.
+bool RtfText::affords(std::int32_t link) {
+  if (link == goingOn_) return true;
+  goingOn_ = RtfCharacters::none;
+  if (link == RtfCharacters::none) return true;
+  const std::size_t size = links_[static_cast<std::size_t>(link)]->size();
+  if (size > linksLeft_) return false;
+  linksLeft_ -= size;
+  goingOn_ = link;
+  return true;
 }
 
 AttributedText RtfText::take(const RtfStyle& style, bool lastBreakEnds) {
@@ -75,7 +89,8 @@ void RtfText::settle(const RtfParagraph& paragraph) {
   if (!stretches_.empty()) stretches_.back().end = text_.size();
   std::size_t settledEnd = paragraphBegin_;
   std::size_t flushed = 0;
-  for (const Stretch& stretch : stretches_) {
+  for (Stretch& stretch : stretches_) {
+    if (!affords(stretch.characters.link)) stretch.characters.link = RtfCharacters::none;
     const bool isFull = attributesSize_ >= RtfLimits::attributes;
     const bool joins =
         settled_ &&
@@ -128,7 +143,7 @@ TextAttributes RtfText::madeOf(const RtfStyle& style) const {
   if (characters.underline) attributes.underline = 1;
   if (characters.strikethrough) attributes.strikethrough = 1;
   if (characters.link != RtfCharacters::none) {
-    attributes.link = links_[static_cast<std::size_t>(characters.link)];
+    attributes.link = *links_[static_cast<std::size_t>(characters.link)];
   }
   return attributes;
 }

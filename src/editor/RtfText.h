@@ -2,9 +2,11 @@
 
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <unordered_map>
 #include <vector>
 
 #include "editor/AttributedText.h"
@@ -17,8 +19,9 @@ namespace pell {
 /// how the whole of it is laid out.
 class RtfText {
  public:
-  /// Both are looked up when a paragraph is over.
-  RtfText(const RtfFonts& fonts, const RtfColours& colours) : fonts_(fonts), colours_(colours) {}
+  /// Fonts and colours are looked up when a paragraph is over. `size` is that of the document in bytes.
+  RtfText(const RtfFonts& fonts, const RtfColours& colours, std::size_t size)
+      : fonts_(fonts), colours_(colours), linksLeft_(size * RtfLimits::linksPerByte) {}
   RtfText(const RtfText&) = delete;
   RtfText& operator=(const RtfText&) = delete;
 
@@ -29,7 +32,7 @@ class RtfText {
   bool isAtLineStart() const { return text_.size() == paragraphBegin_; }
 
   void setDefaultFont(std::int32_t number) { defaultFont_ = number; }
-  /// The number of a link, for `RtfCharacters`; none for an empty one.
+  /// The number of a link, for `RtfCharacters`; none for an empty one and one that is too long.
   std::int32_t link(std::string target);
 
   /// The whole of it. `lastBreakEnds` leaves out the line break of a last paragraph that is empty.
@@ -42,6 +45,7 @@ class RtfText {
     std::size_t end = 0;
   };
 
+  bool affords(std::int32_t link);
   void settle(const RtfParagraph& paragraph);
   void flush();
   void append(std::size_t begin, std::size_t end);
@@ -52,7 +56,10 @@ class RtfText {
   const RtfFonts& fonts_;
   const RtfColours& colours_;
   std::int32_t defaultFont_ = 0;
-  std::vector<std::string> links_;
+  std::unordered_map<std::string, std::int32_t> numbers_;  // of links
+  std::vector<const std::string*> links_;
+  std::size_t linksLeft_;                       // bytes
+  std::int32_t goingOn_ = RtfCharacters::none;  // the link of the text before
 
   std::u16string text_;             // what is not in `document_` yet
   std::size_t paragraphBegin_ = 0;  // before it: text of the style `settled_`

@@ -158,6 +158,7 @@ class Writer {
     body_.reserve(text_.length() + text_.length() / 4);
     text_.forEachRun({.length = text_.length()}, [&](const AttributedText::Run& run) { append(run); });
     closeField();
+    if (!isAtParagraphStart_) sayParagraph();
     body_ += "\\par}";
     body_.insert(0, head());
   }
@@ -178,8 +179,13 @@ class Writer {
 
   void append(std::u16string_view text, const TextAttributes& attributes) {
     while (!text.empty()) {
-      if (isAtParagraphStart_) openParagraph(attributes.paragraphStyle);
-      openField(attributes.link);
+      if (isAtParagraphStart_) paragraphStyle_ = attributes.paragraphStyle;
+      isAtParagraphStart_ = false;
+      const bool leads =
+          attributes.link && !attributes.link->empty() && attributes.link->size() <= RtfLimits::link;
+      if (!leads || link_ != attributes.link) closeField();
+      sayParagraph();
+      if (leads) openField(*attributes.link);
       if (!areCharactersSet_) setCharacters(attributes);
       const std::size_t length = std::min(text.find(u'\n'), text.size());
       appendCharacters(body_, text.substr(0, length));
@@ -191,14 +197,12 @@ class Writer {
     }
   }
 
-  void openParagraph(const std::optional<ParagraphStyle>& style) {
-    isAtParagraphStart_ = false;
-    if (paragraphStyle_ && *paragraphStyle_ == style) return;
-    closeField();  // whose group the paragraph's words would not leave
+  void sayParagraph() {
+    if (said_ && *said_ == paragraphStyle_) return;
     body_ += "\\pard";
-    if (style) setParagraph(*style);
+    if (paragraphStyle_) setParagraph(*paragraphStyle_);
     body_ += '\n';
-    paragraphStyle_ = style;
+    said_ = paragraphStyle_;
   }
 
   void setParagraph(const ParagraphStyle& style) {
@@ -216,19 +220,20 @@ class Writer {
     if (head != 0) appendWord(body_, "\\li", head);
     if (tail < 0) appendWord(body_, "\\ri", -tail);
     if (tail > 0) appendWord(body_, "\\pelltail", tail);
-    for (const double stop : style.tabStops) appendWord(body_, "\\tx", twips(stop));
+    const std::size_t stops = std::min(style.tabStops.size(), RtfLimits::tabStops);
+    for (std::size_t stop = 0; stop < stops; ++stop) appendWord(body_, "\\tx", twips(style.tabStops[stop]));
     if (interval != 0) appendWord(body_, "\\pelltab", interval);
   }
 
-  /// Words within a group end with it, so that on both sides of its brackets all are said anew.
-  void openField(const std::optional<std::string>& link) {
-    if (!link || link->empty()) return closeField();
-    if (link_ && *link_ == *link) return;
-    closeField();
+  /// One for all of a link, whatever it goes over: it may be far longer than its text. Words within a group
+  /// end with it, so that on both sides of its brackets those of characters are said anew.
+  void openField(const std::string& link) {
+    if (link_) return;
     body_ += "{\\field{\\*\\fldinst{";
-    appendCharacters(body_, rtfLinkInstruction(*link));
+    appendCharacters(body_, rtfLinkInstruction(link));
     body_ += "}}{\\fldrslt";
-    link_ = *link;
+    link_ = link;
+    saidBeforeField_ = said_;
     areCharactersSet_ = false;
   }
 
@@ -236,6 +241,7 @@ class Writer {
     if (!link_) return;
     body_ += "}}";
     link_.reset();
+    said_ = saidBeforeField_;
     areCharactersSet_ = false;
   }
 
@@ -305,8 +311,10 @@ class Writer {
   std::string& body_;  // and the head before it in the end
   Numbers<std::string> fonts_;
   Numbers<std::uint32_t> colours_;
-  std::optional<std::optional<ParagraphStyle>> paragraphStyle_;  // of the paragraph before
-  std::optional<std::string> link_;                              // of the field that is open
+  std::optional<ParagraphStyle> paragraphStyle_;
+  std::optional<std::optional<ParagraphStyle>> said_;  // paragraph style
+  std::optional<std::optional<ParagraphStyle>> saidBeforeField_;
+  std::optional<std::string> link_;  // of the field that is open
   bool isAtParagraphStart_ = true;
   bool areCharactersSet_ = false;
   bool needsOtherScripts_ = false;  // of the run

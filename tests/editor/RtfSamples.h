@@ -51,6 +51,8 @@ inline std::vector<RtfSample> rtfSamples() {
       {R"({\rtf1{\colortbl;\red31\green27\blue22;\red1\green2\blue300;}\cf1 a\cf2\cb2 b\cf0\cb0\chcbpat1 c)"
        R"(\highlight2 d\cf9\highlight0\chcbpat-1 e})",
        "a<text palette6>b<text #0102ff, on #0102ff>c<on palette6>d<on #0102ff>e"},
+      {R"({\rtf1{\colortbl\red0\green0\blue0;\red255\green0\blue0;}a\cf1\cb1 b\cf0\cb0\chcbpat0\highlight0 c})",
+       "ab<text #ff0000, on #ff0000>c"},
       {R"({\rtf1\ul a\strike b\ulnone c\striked0 d\uldb e\ul0 f})",
        "a<under 1>b<under 1, through 1>c<through 1>de<under 1>f"},
       // Paragraphs.

@@ -155,6 +155,27 @@ TEST(RtfTest, DocumentsThatAskForTooMuchKeepTheirText) {
   EXPECT_EQ(readRtf(restless + "}}}")->length(), 100'000U);
 }
 
+TEST(RtfTest, FewBytesAreNotManyOnceTheyAreWritten) {
+  const auto repeated = [](std::string_view begin, std::string_view part) {
+    std::string rtf(begin);
+    for (int left = 5000; left > 0; --left) rtf += part;
+    return rtf + "}}}";
+  };
+  const std::string link =
+      "{\\rtf1{\\field{\\*\\fldinst HYPERLINK \"" + std::string(8000, 'x') + "\"}{\\fldrslt ";
+  std::string stops = "{\\rtf1{{";
+  for (int stop = 0; stop < 100; ++stop) stops += "\\tx" + std::to_string(900'000 + stop);
+  for (const std::string& rtf :
+       {repeated(link, "\\li1 a\\par\\li2 b\\par "), repeated(link + "a}", "{\\fldrslt a}b"),
+        repeated(link, "a{\\field{\\*\\fldinst HYPERLINK b}{\\fldrslt b}}"),
+        repeated(stops, "\\li1\\par\\li2\\par")}) {
+    const auto text = readRtf(rtf);
+    const std::string written = writeRtf(*text);
+    EXPECT_LT(written.size(), 64 * rtf.size()) << rtf.substr(rtf.size() - 50);
+    EXPECT_TRUE(*readRtf(written) == *text) << rtf.substr(rtf.size() - 50);
+  }
+}
+
 /// The control words of a document with nothing left out.
 std::set<std::string> wordsOf(std::string_view rtf) {
   std::set<std::string> words;
