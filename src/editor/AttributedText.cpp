@@ -12,17 +12,24 @@ namespace {
 constexpr char16_t lineBreak = u'\n';
 constexpr char16_t carriageReturn = u'\r';
 constexpr char16_t paragraphSeparator = u'\u2029';
+constexpr char16_t replacementCharacter = u'\uFFFD';
 
-bool isForeignBreak(char16_t unit) { return unit == carriageReturn || unit == paragraphSeparator; }
+/// What stands for `unit` in a text of ours.
+char16_t own(char16_t unit) {
+  if (unit == carriageReturn || unit == paragraphSeparator) return lineBreak;
+  return unit == u'\0' ? replacementCharacter : unit;
+}
 
-std::u16string withOwnBreaks(std::u16string_view text) {
-  std::u16string own;
-  own.reserve(text.size());
+bool isForeign(char16_t unit) { return own(unit) != unit; }
+
+std::u16string inOwnUnits(std::u16string_view text) {
+  std::u16string result;
+  result.reserve(text.size());
   for (std::size_t at = 0; at < text.size(); ++at) {
     if (text[at] == carriageReturn && at + 1 < text.size() && text[at + 1] == lineBreak) continue;
-    own += isForeignBreak(text[at]) ? lineBreak : text[at];
+    result += own(text[at]);
   }
-  return own;
+  return result;
 }
 
 bool areEqual(const AttributedText::SharedAttributes& left, const AttributedText::SharedAttributes& right) {
@@ -132,10 +139,10 @@ void AttributedText::appendShared(std::u16string_view text, SharedAttributes att
   if (text.empty()) return;
   const std::size_t end = length();
   splitRuns(end);
-  if (std::none_of(text.begin(), text.end(), isForeignBreak)) {
+  if (std::none_of(text.begin(), text.end(), isForeign)) {
     text_.replace(end, 0, text);
   } else {
-    text_.replace(end, 0, withOwnBreaks(text));
+    text_.replace(end, 0, inOwnUnits(text));
   }
   putRun(end, std::move(attributes));
 }

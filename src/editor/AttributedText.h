@@ -16,7 +16,8 @@
 namespace pell {
 
 /// UTF-16 text in runs of equal attributes. The only line break in it is LF: CR LF, CR and U+2029 become LF
-/// on their way in. Lone surrogates are kept. Neighbouring runs never have equal attributes.
+/// on their way in. Lone surrogates are kept; a NUL, at which other programs would take a text to
+/// end, becomes U+FFFD. Neighbouring runs never have equal attributes.
 ///
 /// Text and runs each stand in a gap buffer, so that edits which follow each other through the text, in
 /// either direction, cost what they change and not what the text is long; a look-up costs the logarithm of

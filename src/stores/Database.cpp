@@ -57,7 +57,7 @@ void bind(sqlite3_stmt* statement, int index, const Database::Value& value) {
     sqlite3_stmt* statement;
     int index;
     void operator()(const std::string& text) const {
-      sqlite3_bind_text(statement, index, text.c_str(), -1, SQLITE_TRANSIENT);
+      sqlite3_bind_text64(statement, index, text.data(), text.size(), SQLITE_TRANSIENT, SQLITE_UTF8);
     }
     void operator()(const Database::Blob& blob) const {
       if (blob.bytes.size() > static_cast<std::size_t>(std::numeric_limits<int>::max())) std::abort();
@@ -88,15 +88,13 @@ class Database::Statement {
   std::unique_ptr<sqlite3_stmt, Finalize> handle_;
 };
 
-std::string Database::Row::text(int column) const {
-  const unsigned char* start = sqlite3_column_text(statement_, column);
-  return start ? repairedUtf8(reinterpret_cast<const char*>(start)) : std::string();
-}
+std::string Database::Row::text(int column) const { return optionalText(column).value_or(""); }
 
 std::optional<std::string> Database::Row::optionalText(int column) const {
   const unsigned char* start = sqlite3_column_text(statement_, column);
   if (!start) return std::nullopt;
-  return repairedUtf8(reinterpret_cast<const char*>(start));
+  const int size = sqlite3_column_bytes(statement_, column);
+  return repairedUtf8({reinterpret_cast<const char*>(start), static_cast<std::size_t>(size)});
 }
 
 std::int64_t Database::Row::integer(int column) const { return sqlite3_column_int64(statement_, column); }

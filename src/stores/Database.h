@@ -39,8 +39,8 @@ class Database {
     bool operator==(const Blob&) const = default;
   };
 
-  /// A bound parameter: text, blob, double, int or null. Text ends at its first NUL. A blob must be
-  /// smaller than 2 GiB; a larger one ends the process.
+  /// A bound parameter: text, blob, double, int or null. A blob must be smaller than 2 GiB; a larger one
+  /// ends the process.
   using Value = std::variant<std::string, Blob, double, std::int64_t, std::monostate>;
 
   /// The present row of a query; valid only inside the callback that is given it. Columns count from 0.
@@ -48,7 +48,7 @@ class Database {
    public:
     explicit Row(sqlite3_stmt* statement) : statement_(statement) {}
 
-    /// Up to the first NUL, invalid UTF-8 replaced by U+FFFD; NULL gives the empty string.
+    /// Whole, a NUL in it included; invalid UTF-8 is replaced by U+FFFD. NULL gives the empty string.
     std::string text(int column) const;
     std::optional<std::string> optionalText(int column) const;
     std::int64_t integer(int column) const;

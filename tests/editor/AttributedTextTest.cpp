@@ -127,7 +127,7 @@ class Both {
     return any;
   }
   std::u16string units() {
-    static constexpr char16_t alphabet[] = {u'a', u'\n', u'é', u'ह', 0xD83C, 0xDF99, u'\u2028', 0};
+    static constexpr char16_t alphabet[] = {u'a', u'\n', u'é', u'ह', 0xD83C, 0xDF99, u'\u2028', u'\v'};
     std::u16string units;
     for (std::size_t left = below(6); left > 0; --left) units += alphabet[below(std::size(alphabet))];
     return units;
@@ -168,7 +168,7 @@ TEST(AttributedText, DoesWhatAPlainListOfUnitsDoes) {
   }
 }
 
-TEST(AttributedText, HasOneLineBreakOnly) {
+TEST(AttributedText, HasOneLineBreakOnlyAndNoNul) {
   const std::vector<std::pair<std::u16string, std::u16string>> cases{
       {u"a\r\nb", u"a\nb"},
       {u"a\rb\r", u"a\nb\n"},
@@ -177,6 +177,7 @@ TEST(AttributedText, HasOneLineBreakOnly) {
       {u"a\u2029b", u"a\nb"},
       {u"\r\u2029\n", u"\n\n\n"},
       {u"a\u2028b\v\f", u"a\u2028b\v\f"},
+      {std::u16string(u"a\0b\0", 4), u"a\uFFFDb\uFFFD"},
   };
   for (const auto& [foreign, own] : cases) {
     EXPECT_EQ(AttributedText(foreign).text(), own);

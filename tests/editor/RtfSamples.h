@@ -80,7 +80,7 @@ inline std::vector<RtfSample> rtfSamples() {
       {R"({\rtf1 a{\b b)", "ab< 12 700>"},
       {R"({\rtf1 a}}}b)", "a"},
       {R"({\rtf1 a\'zz\)", "azz"},
-      {R"({\rtf1 a\u)", std::string("a\0", 2)},
+      {R"({\rtf1 a\u)", "a\uFFFD"},
       {R"({\rtf1\fs99999999999\li-99999999999 \u99999999999 x)",
        "\uFFFD< 10000 400, line 0 after 0 indent -50000 -50000 0 tabs [] every 0>"},
       {R"({\rtf1\li-99999999999\fi-99999999999 x)",

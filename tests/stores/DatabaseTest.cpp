@@ -106,13 +106,13 @@ TEST_F(DatabaseTest, ValuesComeBackAsTheyWereBound) {
   const std::vector<Database::Value> values{std::string("a\0b", 3), Database::Blob{std::string("\0\xFF", 2)},
                                             0.1, std::int64_t{-9007199254740993}, std::monostate()};
   const auto rows = database.query("SELECT ?, ?, ?, ?, ?", values, [](const Row& row) {
-    EXPECT_EQ(row.text(0), "a");
+    EXPECT_EQ(row.text(0), std::string("a\0b", 3));
     EXPECT_EQ(row.data(1), std::string("\0\xFF", 2));
     EXPECT_EQ(row.real(2), 0.1);
     EXPECT_EQ(row.integer(3), -9007199254740993);
     EXPECT_EQ(row.text(4), "");
     EXPECT_EQ(row.optionalText(4), std::nullopt);
-    EXPECT_EQ(row.optionalText(0), "a");
+    EXPECT_EQ(row.optionalText(0), std::string("a\0b", 3));
     EXPECT_EQ(row.integer(4), 0);
     EXPECT_EQ(row.real(4), 0);
     EXPECT_EQ(row.data(4), "");
