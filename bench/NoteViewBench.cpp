@@ -78,7 +78,7 @@ class Note {
 
 void compareOpening() {
   const AttributedText note = Note().make(megabyte, 0);
-  const std::string rtf = RichText::rtf(note);
+  const EditorController::Snapshot stored{.rtf = RichText::rtf(note), .text = note.utf8()};
   PellTextView shown;
   shown.document().setAttributedString(note);
   const QString html = static_cast<QTextEdit&>(shown).toHtml();
@@ -90,7 +90,7 @@ void compareOpening() {
     ours.push_back(milliseconds([&] {
       RichTextEditor editor(controller, nullptr, "");
       editor.resize(800, 700);
-      editor.showDocument("note", rtf);
+      editor.showDocument("note", stored);
       editor.grab();
     }));
     bare.push_back(milliseconds([&] {

@@ -6,7 +6,6 @@
 #include "editor/GraphemeClusters.h"
 #include "editor/MarkdownWriter.h"
 #include "editor/RichText.h"
-#include "editor/RtfReader.h"
 #include "editor/Utf16.h"
 #include "stores/Text.h"
 
@@ -30,11 +29,8 @@ std::string_view extension(NoteFormat format) {
   return "md";
 }
 
-/// What the editor would show. Where the rich bytes are missing or damaged, that is the text.
-AttributedText document(const Note& note) {
-  AttributedText document = RichText::attributed(note.rtf);
-  return document.isEmpty() ? RichText::bodyParagraph(note.text) : document;
-}
+/// What the editor would show.
+AttributedText document(const Note& note) { return RichText::document(note.rtf, note.text); }
 
 bool isFit(char each) {
   const auto byte = static_cast<unsigned char>(each);
@@ -81,9 +77,9 @@ std::variant<NoteFiles::Content, NoteFiles::Refusal> readText(const std::string&
 std::string NoteFiles::content(const Note& note, NoteFormat format) {
   switch (format) {
     case NoteFormat::rtf:
-      return note.rtf.empty() ? RichText::rtf(RichText::bodyParagraph(note.text)) : note.rtf;
+      return RichText::intact(note.rtf, note.text) ? note.rtf : RichText::rtf(document(note));
     case NoteFormat::text:
-      return note.text;
+      return document(note).utf8();
     case NoteFormat::markdown:
       break;
   }
@@ -101,9 +97,9 @@ std::variant<NoteFiles::Content, NoteFiles::Refusal> NoteFiles::read(std::string
     return readText(utf8Of(utf16(bytes.substr(2), bytes.starts_with(littleMark))));
   }
   if (bytes.starts_with(utf8Mark)) bytes.remove_prefix(utf8Mark.size());
-  if (const std::optional<AttributedText> document = readRtf(bytes)) {
-    if (document->isEmpty()) return Refusal{"no text could be found in this RTF"};
-    return made(*document);
+  if (const std::optional<AttributedText> imported = RichText::foreign(bytes)) {
+    if (imported->isEmpty()) return Refusal{"no text could be found in this RTF"};
+    return made(*imported);
   }
   if (!isUtf8(bytes)) return Refusal{"this is neither RTF nor text in UTF-8 or UTF-16"};
   return readText(std::string(bytes));

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "app/OnboardingModel.h"
-#include "editor/RichText.h"
 #include "stores/NotesRepository.h"
 #include "stores/Text.h"
 
@@ -21,13 +20,6 @@ NoteSummary summaryOf(const Note& note) {
 }
 
 bool isBlank(std::string_view text) { return trimmed(text).empty(); }
-
-/// What the editor gets to show. A note whose rich bytes are missing or damaged still has its words; the
-/// bytes themselves stay as they are until the user edits.
-std::string showableRTF(const Note& note) {
-  if (isBlank(note.text) || !RichText::attributed(note.rtf).isEmpty()) return note.rtf;
-  return RichText::rtf(RichText::bodyParagraph(note.text));
-}
 
 }  // namespace
 
@@ -77,8 +69,7 @@ void NotesWorkflow::select(const std::string& noteID) {
 
 /// Without a note, an empty draft. The name comes last: it makes the editor load the rest.
 void NotesWorkflow::open(std::optional<Note> note, std::string documentID) {
-  documentRTF_ = note ? showableRTF(*note) : std::string();
-  draft_ = {.rtf = documentRTF_, .text = note ? note->text : std::string()};
+  draft_ = note ? Draft{.rtf = std::move(note->rtf), .text = std::move(note->text)} : Draft();
   activeNoteID_ = note ? std::optional(note->id) : std::nullopt;
   updatedAt_ = note ? std::optional(note->updatedAt) : std::nullopt;
   saveState_ = SaveState::idle;
@@ -152,9 +143,10 @@ void NotesWorkflow::store(const std::optional<std::string>& id, Draft draft, int
     updateRow(*note);
   } else {
     note = with_.repository->create(std::move(draft.rtf), std::move(draft.text));
-    auto rows = notes_.get();
-    rows.insert(rows.begin(), summaryOf(*note));
-    notes_ = std::move(rows);
+    notes_.edit([&](auto& rows) {
+      rows.insert(rows.begin(), summaryOf(*note));
+      return true;
+    });
   }
   if (session != sessionCounter_) return;
   activeNoteID_ = note->id;
@@ -162,13 +154,14 @@ void NotesWorkflow::store(const std::optional<std::string>& id, Draft draft, int
 }
 
 void NotesWorkflow::updateRow(const Note& note) {
-  auto rows = notes_.get();
-  const auto row = std::ranges::find(rows, note.id, &NoteSummary::id);
-  if (row == rows.end()) return;
-  const Date createdAt = row->createdAt;
-  *row = summaryOf(note);
-  row->createdAt = createdAt;
-  notes_ = std::move(rows);
+  notes_.edit([&](auto& rows) {
+    const auto row = std::ranges::find(rows, note.id, &NoteSummary::id);
+    if (row == rows.end()) return false;
+    const Date createdAt = row->createdAt;
+    *row = summaryOf(note);
+    row->createdAt = createdAt;
+    return true;
+  });
 }
 
 void NotesWorkflow::confirmDelete() {
@@ -182,9 +175,9 @@ void NotesWorkflow::confirmDelete() {
     with_.state.banner = "Could not delete that note: " + failure.message();
     return;
   }
-  auto rows = notes_.get();
-  std::erase_if(rows, [&](const NoteSummary& row) { return row.id == id; });
-  notes_ = std::move(rows);
+  notes_.edit([&](auto& rows) {
+    return std::erase_if(rows, [&](const NoteSummary& row) { return row.id == id; }) > 0;
+  });
   newNote();
 }
 

@@ -64,12 +64,12 @@ class NotesWorkflow {
   const Observable<std::optional<std::string>>& activeNoteID() const { return activeNoteID_; }
   bool isDraftActive() const { return !activeNoteID_.get(); }
 
-  /// The editor's name for the document. It loads `documentRTF` when, and only when, this changes.
+  /// The editor's name for the document. It loads `draft` when, and only when, this changes.
   const Observable<std::string>& documentID() const { return documentID_; }
-  const std::string& documentRTF() const { return documentRTF_; }
 
-  /// What the document holds by now: this is what a view shows that is made while it is open.
-  const std::string& latestRTF() const { return draft_.rtf; }
+  /// What the document holds by now, as it was stored or as the editor told last. A view that is made while
+  /// it is open shows this too.
+  const EditorController::Snapshot& draft() const { return draft_; }
 
   /// After saving what the document before still held back.
   void newNote();
@@ -111,9 +111,8 @@ class NotesWorkflow {
   Observable<std::vector<NoteSummary>> notes_;
   Observable<std::string> query_;
   Observable<std::optional<std::string>> activeNoteID_;
-  std::string documentRTF_;
   Observable<std::string> documentID_{"draft-0"};
-  Draft draft_;             // the editor's latest content
+  Draft draft_;
   int sessionCounter_ = 0;  // a save touches the state of its own document only
   Observable<SaveState> saveState_{SaveState::idle};
   Observable<std::optional<Date>> updatedAt_;

@@ -61,6 +61,13 @@ class Observable {
     return *this;
   }
 
+  /// For values that are large to copy and to compare: `change` alters the value where it stands, and tells
+  /// whether it did.
+  template <class Change>
+  void edit(Change change) {
+    if (change(value_)) listeners_.notify();
+  }
+
   /// Subscribing changes nothing of the value: whoever may read it may listen.
   Subscription subscribe(std::function<void()> listener) const { return listeners_.add(std::move(listener)); }
 

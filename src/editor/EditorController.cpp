@@ -46,9 +46,9 @@ std::string_view separation(const AttributedText& text, std::size_t caret) {
 
 }  // namespace
 
-void EditorController::load(std::string_view rtf) {
+void EditorController::load(const Snapshot& document) {
   if (!textView) return;
-  swap(RichText::attributed(rtf), [](const AttributedText& text) {
+  swap(RichText::document(document.rtf, document.text), [](const AttributedText& text) {
     return text.isEmpty() ? RichText::bodyAttributes() : text.attributesAt(text.length() - 1);
   });
 }

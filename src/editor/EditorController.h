@@ -65,7 +65,8 @@ class EditorController {
   const Observable<TextStats>& stats() const { return stats_; }
 
   // Documents. A swap is no edit: it tells nobody, and cannot be undone.
-  void load(std::string_view rtf);
+  /// Where the RTF is missing or damaged, the text of the document is shown.
+  void load(const Snapshot& document);
   /// An empty document that opens for typing a title.
   void loadEmpty();
   bool isSwapping() const { return isSwapping_; }

@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "editor/EditorController.h"
 #include "editor/ReturnRules.h"
 #include "editor/RichText.h"
+#include "stores/Text.h"
 #include "stores/Url.h"
 
 namespace pell {
@@ -23,13 +23,13 @@ EditorCoordinator::~EditorCoordinator() {
   if (controller_.textView == &view_) controller_.textView = nullptr;
 }
 
-void EditorCoordinator::show(const std::string& documentID, std::string_view rtf) {
+void EditorCoordinator::show(const std::string& documentID, const EditorController::Snapshot& document) {
   if (loadedDocumentID_ == documentID) return;
   loadedDocumentID_ = documentID;
-  if (rtf.empty()) {
+  if (document.rtf.empty() && trimmed(document.text).empty()) {
     controller_.loadEmpty();
   } else {
-    controller_.load(rtf);
+    controller_.load(document);
   }
 }
 

@@ -7,10 +7,10 @@
 #include <string_view>
 
 #include "editor/EditableText.h"
+#include "editor/EditorController.h"
 
 namespace pell {
 
-class EditorController;
 class TextView;
 
 /// What a view needs of logic: it answers for the view's text, gives the controller its view, and knows which
@@ -24,9 +24,9 @@ class EditorCoordinator final : public EditableText::Delegate {
   EditorCoordinator& operator=(const EditorCoordinator&) = delete;
   ~EditorCoordinator() override;
 
-  /// Shows the document: loads `rtf` when, and only when, `documentID` is not the one that the view holds. So
+  /// Shows the document: loads it when, and only when, `documentID` is not the one that the view holds. So
   /// a text is never loaded again under the caret. A new view has to be given the latest content.
-  void show(const std::string& documentID, std::string_view rtf);
+  void show(const std::string& documentID, const EditorController::Snapshot& document);
 
   /// False if the link is no address that could be opened.
   bool clickedOnLink(const std::string& link);

@@ -2,10 +2,13 @@
 
 #include <utility>
 
+#include "editor/BlockStyle.h"
 #include "editor/Face.h"
+#include "editor/ListMarkers.h"
 #include "editor/RtfReader.h"
 #include "editor/RtfWriter.h"
 #include "editor/Utf16.h"
+#include "stores/Text.h"
 
 namespace pell {
 namespace {
@@ -17,6 +20,31 @@ Font inTextFamily(const Font& font) {
   Font text = Face::nsText(font.size, font.weight);
   text.italic = font.italic;
   return text;
+}
+
+std::optional<AttributedText> readNote(std::string_view rtf) {
+  std::optional<AttributedText> text = readRtf(rtf);
+  if (!text) return std::nullopt;
+  text->changeAttributes({.location = 0, .length = text->length()}, [](TextAttributes& attributes) {
+    attributes.foreground = PaletteColour::ink;
+    if (attributes.font) attributes.font = inTextFamily(*attributes.font);
+  });
+  return text;
+}
+
+void tidyParagraph(AttributedText& text, TextRange paragraph) {
+  const std::optional<ParagraphStyle> style = text.attributesAt(paragraph.location).paragraphStyle;
+  const bool isItem = ListMarkers::markerLength(ListMarkers::lead(text, paragraph)) > 0;
+  const bool isQuote = !isItem && RichText::isQuote(style);
+  text.changeAttributes(paragraph, [&](TextAttributes& attributes) {
+    attributes.foreground = isQuote ? PaletteColour::muted : PaletteColour::ink;
+    attributes.background.reset();
+    if (isQuote) attributes.background = PaletteColour::quote;
+    attributes.paragraphStyle = isItem    ? RichText::listParagraphStyle()
+                                : isQuote ? RichText::quoteParagraphStyle()
+                                          : RichText::paragraphStyle(0);
+    if (!attributes.font) attributes.font = font(BlockStyle::body);
+  });
 }
 
 }  // namespace
@@ -75,15 +103,30 @@ std::string RichText::rtf(const AttributedText& text) { return writeRtf(text); }
 
 void RichText::rtf(const AttributedText& text, std::string& rtf) { writeRtf(text, rtf); }
 
-AttributedText RichText::attributed(std::string_view rtf) {
-  if (rtf.empty()) return {};
+AttributedText RichText::attributed(std::string_view rtf) { return readNote(rtf).value_or(AttributedText()); }
+
+std::optional<AttributedText> RichText::intact(std::string_view rtf, std::string_view text) {
+  std::optional<AttributedText> read = readNote(rtf);
+  if (!read || trimmed(text).empty()) return read;
+  if (trimmed(read->utf8()) != trimmed(bodyParagraph(text).utf8())) return std::nullopt;
+  return read;
+}
+
+AttributedText RichText::document(std::string_view rtf, std::string_view text) {
+  if (std::optional<AttributedText> whole = intact(rtf, text)) return *std::move(whole);
+  return trimmed(text).empty() ? AttributedText() : bodyParagraph(text);
+}
+
+std::optional<AttributedText> RichText::foreign(std::string_view rtf) {
   std::optional<AttributedText> text = readRtf(rtf);
-  if (!text) return {};
-  text->changeAttributes({.location = 0, .length = text->length()}, [](TextAttributes& attributes) {
-    attributes.foreground = PaletteColour::ink;
-    if (attributes.font) attributes.font = inTextFamily(*attributes.font);
-  });
-  return *std::move(text);
+  if (!text) return std::nullopt;
+  for (std::size_t at = 0; at < text->length();) {
+    const TextRange paragraph = text->paragraphRange({.location = at});
+    tidyParagraph(*text, paragraph);
+    at = paragraph.end();
+  }
+  remapToTextFamily(*text);
+  return text;
 }
 
 }  // namespace pell

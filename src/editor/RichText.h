@@ -39,6 +39,18 @@ struct RichText {
   /// palette, which follows the surroundings, and it has the text family's fonts. Empty for what is no RTF.
   static AttributedText attributed(std::string_view rtf);
 
+  // A note is kept as RTF and, beside it, as plain text (UTF-8), which tells whether the RTF is whole.
+  /// What the RTF gives, as above. Absent if it is none or does not give `text`; blanks and line breaks at
+  /// the ends may differ, and a text of nothing else tells nothing.
+  static std::optional<AttributedText> intact(std::string_view rtf, std::string_view text);
+  /// What the note holds: the body paragraphs of `text` where the RTF is missing or damaged.
+  static AttributedText document(std::string_view rtf, std::string_view text);
+
+  /// The RTF of another program as a note: text, sizes, bold, italic, lines, links, lists and quotes stay,
+  /// and the rest takes the looks of a note, as foreign colours could not be read in the dark. Absent for
+  /// what is no RTF.
+  static std::optional<AttributedText> foreign(std::string_view rtf);
+
   /// Every font becomes the text family's at its size and weight, upright or italic as it was.
   static void remapToTextFamily(AttributedText& text);
 

@@ -72,16 +72,19 @@ Note NotesRepository::create(std::string rtf, std::string text) {
 }
 
 std::optional<Note> NotesRepository::update(const std::string& id, std::string rtf, std::string text) {
-  auto updated = note(id);
-  if (!updated) return std::nullopt;
-  updated->title = NoteFormatting::title(text);
-  updated->rtf = std::move(rtf);
-  updated->text = std::move(text);
-  updated->updatedAt = clock_.now();
   std::lock_guard turn(queue_);
-  database_.run(updateSql, {updated->title, Database::Blob{updated->rtf}, updated->text,
-                            secondsSince1970(updated->updatedAt), id});
-  return updated;
+  const auto created = database_.query("SELECT created_at FROM notes WHERE id = ?", {id},
+                                       [](const Row& row) { return std::optional(row.real(0)); });
+  if (created.empty()) return std::nullopt;
+  Note note{.id = id,
+            .title = NoteFormatting::title(text),
+            .rtf = std::move(rtf),
+            .text = std::move(text),
+            .createdAt = dateFromSeconds(created.front()),
+            .updatedAt = clock_.now()};
+  database_.run(updateSql,
+                {note.title, Database::Blob{note.rtf}, note.text, secondsSince1970(note.updatedAt), id});
+  return note;
 }
 
 bool NotesRepository::remove(const std::string& id) {

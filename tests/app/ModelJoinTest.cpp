@@ -99,7 +99,7 @@ TEST(ModelJoinTest, WhatIsTypedAndDictatedIntoANoteIsStoredBeforeTheEnd) {
   auto& model = world.model();
   MemoryTextView view;
   EditorCoordinator coordinator(model.editor(), view, [](const std::string&) { return true; });
-  coordinator.show(model.notes().documentID(), model.notes().latestRTF());
+  coordinator.show(model.notes().documentID(), model.notes().draft());
   EXPECT_TRUE(model.notes().insertTranscript({.paragraphs = {"Said"}}));
   EXPECT_EQ(model.store().notes()->list().at(0).text, "Said");
   view.type(u", typed");

@@ -40,10 +40,24 @@ TEST(NoteFilesTest, WritesWhatIsThereWhereTheRichBytesAreDamagedToo) {
   EXPECT_EQ(NoteFiles::content(note, NoteFormat::rtf), note.rtf);
   EXPECT_EQ(NoteFiles::content(note, NoteFormat::text), "bold text");
   EXPECT_EQ(NoteFiles::content(note, NoteFormat::markdown), "**bold** text\n");
-  for (const char* rtf : {"", "no rtf"}) {
-    const Note damaged{.id = "A", .title = "T", .rtf = rtf, .text = "words"};
-    EXPECT_EQ(NoteFiles::content(damaged, NoteFormat::markdown), "words\n");
+  for (const char* rtf : {"", "no rtf", "{\\rtf1 all th"}) {
+    const Note damaged{.id = "A", .title = "T", .rtf = rtf, .text = "all the words"};
+    EXPECT_EQ(NoteFiles::content(damaged, NoteFormat::rtf),
+              RichText::rtf(RichText::bodyParagraph("all the words")));
+    EXPECT_EQ(NoteFiles::content(damaged, NoteFormat::text), "all the words");
+    EXPECT_EQ(NoteFiles::content(damaged, NoteFormat::markdown), "all the words\n");
   }
+}
+
+TEST(NoteFilesTest, ImportsRtfInTheLooksOfANote) {
+  const auto read = NoteFiles::read(
+      "{\\rtf1{\\colortbl;\\red255\\green255\\blue255;}\\fs36\\cf1\\cb1\\li2000 Loud\\par \\bullet\\tab "
+      "item}");
+  const AttributedText note = RichText::attributed(std::get<NoteFiles::Content>(read).rtf);
+  EXPECT_EQ(note.attributesAt(0).font->size, 18);
+  EXPECT_EQ(note.attributesAt(0).background, std::nullopt);
+  EXPECT_EQ(note.attributesAt(0).paragraphStyle, RichText::paragraphStyle(0));
+  EXPECT_EQ(note.attributesAt(5).paragraphStyle, RichText::listParagraphStyle());
 }
 
 TEST(NoteFilesTest, NamesFilesSafelyAfterTitles) {

@@ -23,7 +23,7 @@ class Page {
  public:
   Page(NotesWorkflow& notes, EditorController& editor)
       : notes_(notes), coordinator_(editor, view, [](const std::string&) { return true; }) {
-    coordinator_.show(notes_.documentID(), notes_.latestRTF());
+    show();
   }
 
   MemoryTextView view;
@@ -35,10 +35,11 @@ class Page {
   }
 
  private:
+  void show() { coordinator_.show(notes_.documentID(), notes_.draft()); }
+
   NotesWorkflow& notes_;
   EditorCoordinator coordinator_;
-  Subscription documents_ =
-      notes_.documentID().subscribe([this] { coordinator_.show(notes_.documentID(), notes_.documentRTF()); });
+  Subscription documents_ = notes_.documentID().subscribe([this] { show(); });
 };
 
 class NotesWorkflowTest : public ::testing::Test {
@@ -120,8 +121,13 @@ TEST_F(NotesWorkflowTest, SavesOnceTheUserPauses) {
   EXPECT_TRUE(page->view.document().canUndo()) << "the editor was not loaded under the user's hands";
 
   keep("Newer");
+  type(u" B\n", 0.1);
   notes.reloadNotes();
-  type(u" B\nmore");
+  EXPECT_THAT(titles(), ElementsAre("Newer", "Plan")) << "as it is stored so far";
+  int tellings = 0;
+  auto list = notes.notes().subscribe([&] { ++tellings; });
+  type(u"more");
+  EXPECT_EQ(tellings, 1);
   EXPECT_THAT(titles(), ElementsAre("Newer", "Plan B")) << "it keeps its place";
   EXPECT_EQ(notes.notes().get()[1].preview, "more");
   EXPECT_EQ(notes.updatedAt().get(), repository.note(*id)->updatedAt);
@@ -217,6 +223,24 @@ TEST_F(NotesWorkflowTest, DeletesWhatTheUserConfirms) {
   EXPECT_EQ(repository.list().size(), 1u);
   EXPECT_EQ(repository.note(open.id)->text, "Open") << "edits that wait are dropped";
   EXPECT_EQ(page->text(), "");
+
+  notes.select(open.id);
+  type(u" edits", 0.1);
+  notes.setPendingDelete(open.id);
+  notes.confirmDelete();
+  wait(1);
+  EXPECT_THAT(titles(), IsEmpty());
+  EXPECT_EQ(page->text(), "");
+  type(u"Next");
+  EXPECT_THAT(titles(), ElementsAre("Next")) << "a note of its own";
+
+  state.banner = std::nullopt;
+  repository.remove(notes.activeNoteID().get().value());  // as somebody else may
+  type(u"!");
+  EXPECT_EQ(notes.saveState().get(), SaveState::saved);
+  EXPECT_EQ(banner(), "");
+  EXPECT_THAT(repository.list(), IsEmpty());
+  EXPECT_EQ(page->text(), "Next!");
 }
 
 TEST_F(NotesWorkflowTest, ListsWhatMatchesTheQuery) {
@@ -253,6 +277,10 @@ TEST_F(NotesWorkflowTest, ATranscriptGoesIntoTheDocumentOnScreen) {
     EXPECT_EQ(page->view.highlights.size(), each.flashes ? 9u : 0u);
   }
   state.screen = Screen::ready;
+  notes.newNote();
+  type(u"•\tone ", 0.1);
+  EXPECT_TRUE(notes.insertTranscript({.paragraphs = {"", ""}})) << "which the list takes for a return";
+  EXPECT_EQ(repository.note(notes.activeNoteID().get().value())->text, "•\tone \n•\t");
   page.reset();
   EXPECT_FALSE(notes.insertTranscript({.paragraphs = {"Hello"}}));
 }
@@ -272,7 +300,7 @@ TEST_F(NotesWorkflowTest, APageThatReturnsShowsTheLatest) {
 }
 
 TEST_F(NotesWorkflowTest, DamagedBytesShowTheWordsAndStayUntilTheUserEdits) {
-  for (const std::string rtf : {"", "no RTF", "{\\rtf1"}) {
+  for (const std::string rtf : {"", "no RTF", "{\\rtf1", "{\\rtf1 Words", "{\\rtf1 {\\b Words}\\par lef"}) {
     const Note note = repository.create(rtf, "Words\nleft");
     notes.select(note.id);
     for (const bool anew : {false, true}) {

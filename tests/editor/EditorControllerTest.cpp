@@ -157,16 +157,16 @@ TEST_F(EditorControllerTest, ADocumentIsSwappedWithoutBeingChanged) {
   note.append(u" bold", bold);
   view.type(u"old");
   changes = 0;
-  coordinator.show("note-1", RichText::rtf(note));
+  coordinator.show("note-1", {.rtf = RichText::rtf(note), .text = note.utf8()});
   EXPECT_EQ(shown(), "Read me bold| p");
   EXPECT_FALSE(formatting().canUndo);
   EXPECT_EQ(text().typingAttributes(), bold);
-  coordinator.show("note-1", "");
+  coordinator.show("note-1", {});
   EXPECT_EQ(shown(), "Read me bold| p") << "it is there already";
-  controller.load("");
+  controller.load({});
   EXPECT_EQ(shown(), "| P");
   EXPECT_EQ(text().typingAttributes(), RichText::bodyAttributes());
-  coordinator.show("draft-1", "");
+  coordinator.show("draft-1", {});
   EXPECT_EQ(formatting().blockStyle, BlockStyle::title);
   EXPECT_EQ(changes, 0);
 }
@@ -216,7 +216,7 @@ TEST_F(EditorControllerTest, DoesNothingWithoutAViewOrAgainstIt) {
     controller.setLink("x");
     EXPECT_EQ(changes, 0);
   }
-  controller.load("{\\rtf1 x}");
+  controller.load({.rtf = "{\\rtf1 x}", .text = "x"});
   controller.loadEmpty();
   controller.endQuote({});
   controller.undo();

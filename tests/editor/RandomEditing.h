@@ -17,7 +17,7 @@ namespace pell::testing {
 class RandomEditing {
  public:
   RandomEditing(TextViewWorld& world, unsigned seed) : world_(world), random_(seed) {
-    editor_.coordinator.show("draft-0", "");
+    editor_.coordinator.show("draft-0", {});
     // What is done to a text without a step that could be undone is no step either.
     world_.typeText(u"T");
     states_.push_back(text().storage());
@@ -113,7 +113,7 @@ class RandomEditing {
       if (attributes.underline == 0) attributes.underline.reset();
       if (attributes.strikethrough == 0) attributes.strikethrough.reset();
     });
-    editor_.coordinator.show("note-1", editor_.controller.snapshot().rtf);
+    editor_.coordinator.show("note-1", editor_.controller.snapshot());
     EXPECT_EQ(text().storage().utf8(), kept.utf8());
     EXPECT_EQ(text().storage(), kept);
     EXPECT_FALSE(text().canUndo());

@@ -115,5 +115,34 @@ TEST(RichText, OpensWhatWasStored) {
     EXPECT_TRUE(RichText::attributed(other).isEmpty()) << other;
 }
 
+TEST(RichText, TellsDamagedBytesByTheText) {
+  struct Case {
+    const char* rtf;
+    std::string text;
+    bool isIntact;
+    const char* shown;
+  };
+  const std::vector<Case> cases{
+      {"{\\rtf1 one {\\b two}\\par}", "one two", true, "one two\n"},
+      {"{\\rtf1 one\\par two}", "\none\r\ntwo \n", true, "one\ntwo"},
+      {"{\\rtf1 a\\u0?b}", {"a\0b", 3}, true, "a\uFFFDb"},
+      {"{\\rtf1 stored}", " \n", true, "stored"},
+      {"{\\rtf1 one", "one two", false, "one two"},
+      {"{\\rtf1 one\\par}", "one\ntwo", false, "one\ntwo"},
+      {"{\\rtf1 one two}", "one", false, "one"},
+      {"", "one", false, "one"},
+      {"none", "one", false, "one"},
+      {"none", " \n", false, ""},
+  };
+  for (const Case& one : cases) {
+    EXPECT_EQ(RichText::intact(one.rtf, one.text).has_value(), one.isIntact) << one.rtf;
+    EXPECT_EQ(RichText::document(one.rtf, one.text).utf8(), one.shown) << one.rtf;
+  }
+  std::u16string all = u"x";  // what the editor itself stores is never taken for damaged
+  for (char16_t unit = 0xFFFF; unit > 0; --unit) all += unit;
+  const AttributedText text(all + u"x", RichText::bodyAttributes());
+  EXPECT_TRUE(RichText::intact(RichText::rtf(text), text.utf8()));
+}
+
 }  // namespace
 }  // namespace pell

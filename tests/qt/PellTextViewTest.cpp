@@ -312,10 +312,11 @@ TEST(RichTextEditorTest, LendsTheControllerAViewAndSwapsDocumentsByTheirIds) {
         controller, [&](const std::string& link) { return opened.push_back(link), true; }, "");
     EXPECT_EQ(controller.textView, &editor.view());
     TextViewUser user(editor.view());
-    editor.showDocument("draft-0", "");
+    editor.showDocument("draft-0", {});
     EXPECT_EQ(controller.formatting().get().blockStyle, BlockStyle::title);
     user.type(u"typed");
-    const std::string older = RichText::rtf(RichText::bodyParagraph("older"));
+    const EditorController::Snapshot older{.rtf = RichText::rtf(RichText::bodyParagraph("older")),
+                                           .text = "older"};
     editor.showDocument("draft-0", older);
     EXPECT_EQ(user.shown(), u"typed");
     editor.showDocument("note-1", older);

@@ -3,9 +3,8 @@
 #include <algorithm>
 #include <array>
 #include <optional>
+#include <string_view>
 
-#include "editor/BlockStyle.h"
-#include "editor/ListMarkers.h"
 #include "editor/RichText.h"
 #include "editor/RtfReader.h"
 #include "editor/RtfWriter.h"
@@ -22,37 +21,12 @@ constexpr std::array rtfTypes{rtfType, "application/rtf", "text/richtext"};
 // Longer pages would hold up the window; of those the text is taken.
 constexpr qsizetype longestHtml = 4'000'000;
 
-void tidyParagraph(AttributedText& text, TextRange paragraph) {
-  const std::optional<ParagraphStyle> style = text.attributesAt(paragraph.location).paragraphStyle;
-  const bool isItem = ListMarkers::markerLength(ListMarkers::lead(text, paragraph)) > 0;
-  const bool isQuote = !isItem && RichText::isQuote(style);
-  text.changeAttributes(paragraph, [&](TextAttributes& attributes) {
-    attributes.foreground = isQuote ? PaletteColour::muted : PaletteColour::ink;
-    attributes.background.reset();
-    if (isQuote) attributes.background = PaletteColour::quote;
-    attributes.paragraphStyle = isItem    ? RichText::listParagraphStyle()
-                                : isQuote ? RichText::quoteParagraphStyle()
-                                          : RichText::paragraphStyle(0);
-    if (!attributes.font) attributes.font = font(BlockStyle::body);
-  });
-}
-
-void tidy(AttributedText& text) {
-  for (std::size_t at = 0; at < text.length();) {
-    const TextRange paragraph = text.paragraphRange({.location = at});
-    tidyParagraph(text, paragraph);
-    at = paragraph.end();
-  }
-  RichText::remapToTextFamily(text);
-}
-
 AttributedText readRichText(const QMimeData& source) {
   for (const char* type : rtfTypes) {
     const QByteArray rtf = source.data(type);
-    std::optional<AttributedText> text = readRtf({rtf.data(), static_cast<std::size_t>(rtf.size())});
-    if (!text || text->isEmpty()) continue;
-    if (!source.hasFormat(ownMark)) tidy(*text);
-    return *std::move(text);
+    const std::string_view bytes(rtf.data(), static_cast<std::size_t>(rtf.size()));
+    auto text = source.hasFormat(ownMark) ? readRtf(bytes) : RichText::foreign(bytes);
+    if (text && !text->isEmpty()) return *std::move(text);
   }
   if (!source.hasHtml()) return {};
   const QString html = source.html();

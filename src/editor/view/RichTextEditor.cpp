@@ -18,8 +18,8 @@ RichTextEditor::RichTextEditor(EditorController& controller, std::function<bool(
   view_.clickedOnLink = [this](const std::string& link) { coordinator_.clickedOnLink(link); };
 }
 
-void RichTextEditor::showDocument(const std::string& documentID, std::string_view rtf) {
-  coordinator_.show(documentID, rtf);
+void RichTextEditor::showDocument(const std::string& documentID, const EditorController::Snapshot& document) {
+  coordinator_.show(documentID, document);
 }
 
 }  // namespace pell

@@ -5,13 +5,11 @@
 #include <QWidget>
 #include <functional>
 #include <string>
-#include <string_view>
 
 #include "editor/EditorCoordinator.h"
 
 namespace pell {
 
-class EditorController;
 class PellTextView;
 
 /// Gives the controller a view for as long as it lives. Main thread only.
@@ -21,8 +19,8 @@ class RichTextEditor final : public QWidget {
   RichTextEditor(EditorController& controller, std::function<bool(const std::string&)> open,
                  const QString& placeholder, QWidget* parent = nullptr);
 
-  /// Shows that document; nothing happens if it is the one on show, whatever has become of its `rtf`.
-  void showDocument(const std::string& documentID, std::string_view rtf);
+  /// Shows that document; nothing happens if it is the one on show, whatever has become of it.
+  void showDocument(const std::string& documentID, const EditorController::Snapshot& document);
 
   PellTextView& view() { return view_; }
 
