@@ -1,5 +1,6 @@
 #include "main/NotesCommands.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <filesystem>
@@ -68,7 +69,7 @@ std::optional<std::string> writeNew(const fs::path& path, const std::string& con
   return reason;
 }
 
-/// Into the current folder. The name of the file, on standard output.
+/// Into the current folder. The name of the file, on standard output. Gives the exit code.
 int exportToFile(const Note& note, NoteFormat format) {
   const std::string content = NoteFiles::content(note, format);
   for (int attempt = 1; attempt <= mostNamesakes; ++attempt) {
@@ -83,12 +84,13 @@ int exportToFile(const Note& note, NoteFormat format) {
 
 int exportAll(NotesRepository* notes, NoteFormat format) {
   if (!notes) return 0;
+  int worst = 0;
   for (const NoteSummary& summary : notes->list()) {
     const auto note = notes->note(summary.id);
-    if (!note) continue;  // deleted meanwhile
-    if (const int code = exportToFile(*note, format); code != 0) return code;
+    worst = std::max(worst, note ? exportToFile(*note, format)
+                                 : failWith(printable(summary.title) + ": it is gone or cannot be read"));
   }
-  return 0;
+  return worst;
 }
 
 /// The file's bytes, or why there are none.
@@ -124,7 +126,8 @@ int runNotesList(const NotesListCommand& command) {
 
 int runNotesShow(const NotesShowCommand& command) {
   return withNote(command.id, [](const Note& note) {
-    return printOut(printable(note.text) + (note.text.ends_with('\n') ? "" : "\n"));
+    const std::string text = NoteFiles::content(note, NoteFormat::text);
+    return printOut(printable(text) + (text.ends_with('\n') ? "" : "\n"));
   });
 }
 

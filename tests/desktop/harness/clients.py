@@ -25,12 +25,12 @@ class Outcome:
     err: str
 
 
-def run_once(desktop, program, *arguments, stdin="", env=(), timeout=20):
+def run_once(desktop, program, *arguments, stdin="", env=(), timeout=20, cwd=None):
     """Runs a program to its end; a program that does not end is a failure."""
     command = [str(PROGRAMS / program), *arguments]
     try:
         done = subprocess.run(
-            command, input=stdin.encode(), env=desktop.env | dict(env), capture_output=True, timeout=timeout
+            command, input=stdin.encode(), env=desktop.env | dict(env), capture_output=True, timeout=timeout, cwd=cwd
         )
     except subprocess.TimeoutExpired:
         raise Failure(f"{program} {' '.join(arguments)} did not end within {timeout} s") from None

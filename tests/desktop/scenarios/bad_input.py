@@ -4,6 +4,7 @@ import contextlib
 import json
 import os
 import signal
+import sqlite3
 import time
 
 from Xlib.error import BadWindow
@@ -83,6 +84,37 @@ def history_listing(world):
     world.check("First entry." in plain and told and "\x1b" not in plain, f"the plain listing: {plain!r}")
     world.pell.stop()
     world.expect(json.loads(world.pell.must("history", "--json")), rows, "the history without a running pell")
+
+
+@scenario(audio=False)
+def notes_as_files(world):
+    """Notes come in and go out whole without a running pell; a note that cannot be read keeps no other back."""
+    pell = clients.Pell(world.desktop, "http://127.0.0.1:9")
+    world.expect(pell.must("notes", "list"), "", "the notes of nobody")
+    files = {"plan.rtf": "{\\rtf1 {\\b Plan} of\\par the week", "list.txt": "नमस्ते\nPlan", "picture.txt": "\xff"}
+    for name, content in files.items():
+        (world.folder / name).write_bytes(content.encode("latin-1" if name == "picture.txt" else "utf-8"))
+    mixed = pell.command("notes", "import", *files, cwd=world.folder)
+    plan, listed = mixed.out.split()
+    world.check(mixed.code == 1 and "picture.txt: not imported" in mixed.err, f"a file that is no text: {mixed}")
+    rows = json.loads(pell.must("notes", "list", "--json"))
+    world.expect([(row["id"], row["text"]) for row in rows], [(listed, "नमस्ते\nPlan"), (plan, "Plan of\nthe week")], "list --json")
+    world.expect(pell.must("notes", "show", plan), "Plan of\nthe week\n", "show")
+    for form, sign in {"rtf": "\\b\\cf1 Plan", "txt": "Plan of\nthe week", "md": "**Plan** of"}.items():
+        exported = pell.must("notes", "export", plan, "--format", form)
+        world.check(sign in exported, f"as {form}: {exported!r}")
+    with contextlib.closing(sqlite3.connect(pell.database)) as database, database:
+        database.execute("UPDATE notes SET rtf = '{\\rtf1 Plan' WHERE id = ?", [plan])
+        database.execute("INSERT INTO notes VALUES (NULL, 'Unreadable', '', '', 9e9, 9e9)")
+    folder = world.folder / "taken along"
+    folder.mkdir()
+    (folder / "नमस्ते.txt").write_text("of another")
+    everything = pell.command("notes", "export", "--all", "--format", "txt", cwd=folder)
+    world.check(everything.code == 1 and "Unreadable" in everything.err, f"export --all: {everything}")
+    expected = {"नमस्ते.txt": "of another", "नमस्ते 2.txt": "नमस्ते\nPlan", "Plan of.txt": "Plan of\nthe week"}
+    world.expect({file.name: file.read_text() for file in folder.iterdir()}, expected, "the files of export --all")
+    nobody = pell.command("notes", "show", "nobody")
+    world.check(nobody.code == 1 and "no note 'nobody'" in nobody.err, f"a note that is not there: {nobody}")
 
 
 @scenario(over=["garbage", "empty", "half", "list"])
