@@ -12,9 +12,12 @@ int main(int count, char** arguments) {
   const std::filesystem::path folder = arguments[1];
   std::filesystem::create_directories(folder);
   int number = 0;
-  for (const auto& sample : pell::testing::rtfSamples()) {
-    std::ofstream(folder / ("sample" + std::to_string(++number)), std::ios::binary) << sample.rtf;
-  }
+  const auto write = [&](const std::string& rtf) {
+    std::ofstream(folder / ("sample" + std::to_string(++number)), std::ios::binary) << rtf;
+  };
+  for (const auto& sample : pell::testing::rtfSamples()) write(sample.rtf);
+  constexpr std::size_t times = 1300;  // as many as fit into the longest that are tried
+  for (const auto& rtf : pell::testing::greedyRtf(times)) write(rtf);
   std::ofstream words(folder.string() + ".dict");
   for (const auto& entry : pell::rtfWords()) {
     std::string names(entry.names);

@@ -68,8 +68,8 @@ constexpr auto charsets = std::to_array<Charset>({
 
 /// Keeps a document from having as many pages made as it can name numbers.
 bool mayExist(int number) {
-  return number == RtfCodePages::symbols || (number >= 437 && number <= 1258) ||
-         (number > 28590 && number <= 28605) ||
+  return number == RtfCodePages::symbols || number == RtfCodePages::symbolsFont ||
+         (number >= 437 && number <= 1258) || (number > 28590 && number <= 28605) ||
          std::any_of(named.begin(), named.end(), [&](const Numbered& row) { return row.number == number; });
 }
 
@@ -81,8 +81,21 @@ std::string nameOf(int number) {
   return fmt::format("{}-{}", number < 874 ? "ibm" : "windows", number);
 }
 
-/// The picture that Symbol and its like have at a byte, as far as the byte alone tells; else the place in the
-/// private area where programs keep such bytes. Letters stay: fonts of letters are declared so too.
+/// What Symbol shows at 0x20 to 0x7E and at 0xA0 to 0xFE; U+FFFD where that is no character.
+constexpr std::u16string_view lowerSymbols =
+    u" !∀#∃%&∋()∗+,−./0123456789:;<=>?≅ΑΒΧΔΕΦΓΗΙϑΚΛΜΝΟΠΘΡΣΤΥςΩΞΨΖ[∴]⊥_‾αβχδεφγηιϕκλμνοπθρστυϖωξψζ{|}∼";
+constexpr std::u16string_view upperSymbols =
+    u"€ϒ′≤⁄∞ƒ♣♦♥♠↔←↑→↓°±″≥×∝∂•÷≠≡≈…⏐⎯↵ℵℑℜ℘⊗⊕∅∩∪⊃⊇⊄⊂⊆∈∉∠∇®©™∏√⋅¬∧∨⇔⇐⇑⇒⇓◊⟨®©™∑⎛⎜⎝⎡⎢⎣⎧⎨⎩⎪\uFFFD⟩∫⌠⎮⌡⎞⎟⎠⎤⎥⎦⎫⎬⎭";
+static_assert(lowerSymbols.size() == 0x7F - 0x20 && upperSymbols.size() == 0xFF - 0xA0);
+
+char16_t symbolOfFont(unsigned byte) {
+  if (byte >= 0x20 && byte < 0x7F) return lowerSymbols[byte - 0x20];
+  if (byte >= 0xA0 && byte < 0xFF) return upperSymbols[byte - 0xA0];
+  return byte < 0x20 ? static_cast<char16_t>(byte) : char16_t{0xFFFD};
+}
+
+/// The picture that other fonts of symbols have at a byte, as far as the byte alone tells; else the place in
+/// the private area where programs keep such bytes. Letters stay: fonts of letters are declared so too.
 char16_t symbolAt(unsigned byte) {
   constexpr char16_t bullet = 0x2022;
   constexpr char16_t square = 0x25AA;
@@ -116,8 +129,10 @@ UConverter* opened(int number) {
 void RtfCodePage::Close::operator()(UConverter* converter) const { ucnv_close(converter); }
 
 RtfCodePage::RtfCodePage(int number) {
-  if (number == RtfCodePages::symbols) {
-    for (unsigned byte = 0; byte < characters_.size(); ++byte) characters_[byte] = symbolAt(byte);
+  if (number == RtfCodePages::symbols || number == RtfCodePages::symbolsFont) {
+    hasAscii_ = number == RtfCodePages::symbols;
+    for (unsigned byte = 0; byte < characters_.size(); ++byte)
+      characters_[byte] = hasAscii_ ? symbolAt(byte) : symbolOfFont(byte);
     return;
   }
   converter_.reset(opened(number));

@@ -52,7 +52,8 @@ class RtfCodePage {
 class RtfCodePages {
  public:
   static constexpr int latin = 1252;
-  static constexpr int symbols = 42;  // fonts whose bytes stand for pictures
+  static constexpr int symbols = 42;      // fonts whose bytes stand for pictures
+  static constexpr int symbolsFont = 43;  // the one of these whose name is Symbol
 
   const RtfCodePage& page(int number);
 

@@ -51,6 +51,12 @@ bool isHyperlink(std::u16string_view word) {
                     [](char16_t left, char16_t right) { return (left & ~0x20) == right; });
 }
 
+/// Of an option: the anchor, the tip, the frame and the place in it. The others, such as the one that opens
+/// a new window, stand alone.
+bool takesWord(std::u16string_view option) {
+  return option == u"\\l" || option == u"\\o" || option == u"\\t" || option == u"\\s";
+}
+
 }  // namespace
 
 std::string rtfLinkTarget(std::u16string_view instruction) {
@@ -61,7 +67,7 @@ std::string rtfLinkTarget(std::u16string_view instruction) {
   std::u16string option;  // what the next word belongs to
   while (words.next()) {
     if (!words.isQuoted && words.word.front() == '\\') {
-      option = words.word;
+      option = takesWord(words.word) ? words.word : u"";
       continue;
     }
     if (option == u"\\l") {

@@ -40,6 +40,11 @@ bool RtfInterpreter::take(const RtfToken& token) {
     case RtfToken::Kind::word:
     case RtfToken::Kind::binary:
       if (skipsFallback(token)) break;
+      if (isWithinCharacter_ && token.kind == RtfToken::Kind::symbol &&
+          std::string_view("\\{}").find(token.text) != std::string_view::npos) {
+        putBytes(token.text);  // the second byte of a character, which looks like a control
+        break;
+      }
       flushBytes();
       if (token.kind == RtfToken::Kind::symbol) symbol(token.text.front());
       if (token.kind == RtfToken::Kind::word) word(token);
@@ -232,6 +237,9 @@ void RtfInterpreter::textWord(const RtfWordEntry& entry, std::int32_t parameter)
     case RtfWord::cell:
       if (isShown()) ++cells_;
       return;
+    case RtfWord::nestedRow:
+      if (group.destination == Destination::muted) group.destination = group.unmuted;
+      [[fallthrough]];
     case RtfWord::row:
       cells_ = 0;
       return endParagraph();

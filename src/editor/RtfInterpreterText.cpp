@@ -196,7 +196,11 @@ void RtfInterpreter::mute() {
 }
 
 /// Whether the font has pictures for characters.
-bool RtfInterpreter::isOfSymbols() { return groups_.back().page == &codePages_.page(RtfCodePages::symbols); }
+bool RtfInterpreter::isOfSymbols() {
+  const RtfCodePage* page = groups_.back().page;
+  return page == &codePages_.page(RtfCodePages::symbols) ||
+         page == &codePages_.page(RtfCodePages::symbolsFont);
+}
 
 /// By the font, which has the bytes of its characters read in a way of its own.
 void RtfInterpreter::choosePage() {

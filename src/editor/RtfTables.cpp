@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "editor/RtfCodePages.h"
 #include "editor/Utf16.h"
 
 namespace pell {
@@ -49,7 +50,10 @@ const std::string& RtfFonts::family(std::int32_t number) const {
 
 std::optional<int> RtfFonts::codePage(std::int32_t number) const {
   const auto found = fonts_.find(number);
-  return found == fonts_.end() ? std::nullopt : found->second.codePage;
+  if (found == fonts_.end()) return std::nullopt;
+  const Font& font = found->second;
+  return font.codePage == RtfCodePages::symbols && font.family == "Symbol" ? RtfCodePages::symbolsFont
+                                                                           : font.codePage;
 }
 
 Rgb& RtfColours::next() {

@@ -59,6 +59,7 @@ enum class RtfWord : std::uint8_t {
   newLine,    // a line break unless the line is empty
   cell,
   row,
+  nestedRow,  // the same where what stands around it is left out
   character,  // one character, `unit` of the table
   field,
   fieldInstruction,

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace pell::testing {
@@ -25,7 +26,10 @@ inline std::vector<RtfSample> rtfSamples() {
        R"(\'e9\f1\'cf\f2\'93\'fa\'83A\'b1\'83\f0\'83\f3\'e1})",
        "é<A 12 400>П<B 12 400>日アｱ\uFFFD<C 12 400>ƒ<A 12 400>α<D 12 400>"},
       {R"({\rtf1{\fonttbl{\f0 A;}{\f1\fcharset2 Symbol;}}\f1\'b7\u61623?a\f0\'b7\u61623?})",
-       "••a<Symbol 12 400>·\uF0B7<A 12 400>"},
+       "••α<Symbol 12 400>·\uF0B7<A 12 400>"},
+      {R"({\rtf1{\fonttbl{\f1\fcharset2 Symbol;}{\f2\fcharset2 Webdings;}{\f3\fcharset204 Symbol;}}\f1 Wab\'a3\u61542?\f2 ab\f3 ab})",
+       "Ωαβ≤φ<Symbol 12 400>ab<Webdings 12 400>ab<Symbol 12 400>"},
+      {R"({\rtf1\ansicpg932 \'95\\\'95\{\'83\}\'95{\b x}\\})", "表府マ\uFFFDx< 12 700>\\"},
       {R"({\rtf1\u233?x\uc2\u233\'65\'65y{\uc0\u233z}\u233??\uc0\u233 z})", "éxéyézééz"},
       {R"({\rtf1\u-10179?\u-8704?\u55357?\u56832?\u128512?})", "😀😀😀"},
       {R"({\rtf1\u-8704?a\u-10179?})", "\uFFFDa\uFFFD"},
@@ -69,6 +73,8 @@ inline std::vector<RtfSample> rtfSamples() {
        "x<under 1, to https://e.org/é>y<to https://e.org/é>z"},
       {R"({\rtf1{\field{\*\fldinst hyperlink a.html \\l "b" \\o "tip \\"}{\fldrslt c}}{\field{\*\fldinst PAGE}{\fldrslt 7}}})",
        "c<to a.html#b>7"},
+      {R"({\rtf1{\field{\*\fldinst HYPERLINK \\n "http://x" \\m \\h \\t "_top" y}{\fldrslt c}}})",
+       "c<to http://x>"},
       {R"({\rtf1{\field{\*\fldinst HYPERLINK "o"}{\fldrslt a{\field{\*\fldinst HYPERLINK "i"}{\fldrslt b}}c}}\fldrslt\fldinst d})",
        "a<to o>b<to i>c<to o>"},
       {R"({\rtf1{\listtext\'95\tab}a\par{\pntext\pard 12)\tab}{\*\pn\pnlvlbody}b\par{\listtext  iv.\tab}c\par{\listtext\tab}d\par)"
@@ -76,6 +82,8 @@ inline std::vector<RtfSample> rtfSamples() {
        "•\ta\n12.\tb\niv.\tc\nd\n•\te\n•\tf\n3.\tg"},
       {R"({\rtf1\trowd\cellx9\cellx99\intbl a\cell b\par b\cell\row\intbl\cell c\cell\row\pard d})",
        "a\tb\nb\n\tc\nd"},
+      {R"({\rtf1 a\nestcell b\nestcell{\*\nesttableprops\trowd x\nestrow}{\nonesttables\par}c\nestcell{\*\nesttableprops\nestrow}d\cell\row})",
+       "a\tb\nc\nd\n"},
       // Damage.
       {R"({\rtf1 a{\b b)", "ab< 12 700>"},
       {R"({\rtf1 a}}}b)", "a"},
@@ -89,6 +97,22 @@ inline std::vector<RtfSample> rtfSamples() {
       {R"({\rtf1 {\field\fldrslt{\*\fldinst HYPERLINK "x")", ""},
       {R"({\rtf1{\fonttbl{\f0 A)", ""},
   };
+}
+
+/// Documents that ask for far more than they take, by saying what is long once and what repeats it over and
+/// over.
+inline std::vector<std::string> greedyRtf(std::size_t times) {
+  const std::string link =
+      R"({\rtf1{\field{\*\fldinst HYPERLINK ")" + std::string(8000, 'x') + R"("}{\fldrslt )";
+  std::string stops = R"({\rtf1{{)";
+  for (int stop = 0; stop < 100; ++stop) stops += "\\tx" + std::to_string(900'000 + stop);
+  const auto repeated = [&](std::string rtf, std::string_view part) {
+    for (std::size_t left = times; left > 0; --left) rtf += part;
+    return rtf + "}}}";
+  };
+  return {repeated(link, R"(\li1 a\par\li2 b\par )"), repeated(link + "a}", R"({\fldrslt a}b)"),
+          repeated(link, R"(a{\field{\*\fldinst HYPERLINK b}{\fldrslt b}})"),
+          repeated(stops, R"(\li1\par\li2\par)"), repeated(R"({\rtf1{{)", R"({\b\ul b)")};
 }
 
 }  // namespace pell::testing
