@@ -22,16 +22,6 @@ Font inTextFamily(const Font& font) {
   return text;
 }
 
-std::optional<AttributedText> readNote(std::string_view rtf) {
-  std::optional<AttributedText> text = readRtf(rtf);
-  if (!text) return std::nullopt;
-  text->changeAttributes({.location = 0, .length = text->length()}, [](TextAttributes& attributes) {
-    attributes.foreground = PaletteColour::ink;
-    if (attributes.font) attributes.font = inTextFamily(*attributes.font);
-  });
-  return text;
-}
-
 void tidyParagraph(AttributedText& text, TextRange paragraph) {
   const std::optional<ParagraphStyle> style = text.attributesAt(paragraph.location).paragraphStyle;
   const bool isItem = ListMarkers::markerLength(ListMarkers::lead(text, paragraph)) > 0;
@@ -103,12 +93,21 @@ std::string RichText::rtf(const AttributedText& text) { return writeRtf(text); }
 
 void RichText::rtf(const AttributedText& text, std::string& rtf) { writeRtf(text, rtf); }
 
-AttributedText RichText::attributed(std::string_view rtf) { return readNote(rtf).value_or(AttributedText()); }
+AttributedText RichText::attributed(std::string_view rtf) {
+  std::optional<AttributedText> text = readRtf(rtf);
+  if (!text) return {};
+  text->changeAttributes({.location = 0, .length = text->length()}, [](TextAttributes& attributes) {
+    attributes.foreground = PaletteColour::ink;
+    if (attributes.font) attributes.font = inTextFamily(*attributes.font);
+  });
+  return *std::move(text);
+}
 
 std::optional<AttributedText> RichText::intact(std::string_view rtf, std::string_view text) {
-  std::optional<AttributedText> read = readNote(rtf);
-  if (!read || trimmed(text).empty()) return read;
-  if (trimmed(read->utf8()) != trimmed(bodyParagraph(text).utf8())) return std::nullopt;
+  AttributedText read = attributed(rtf);
+  if (read.isEmpty()) return std::nullopt;
+  const bool isTold = !trimmed(text).empty();
+  if (isTold && trimmed(read.utf8()) != trimmed(bodyParagraph(text).utf8())) return std::nullopt;
   return read;
 }
 

@@ -40,8 +40,8 @@ struct RichText {
   static AttributedText attributed(std::string_view rtf);
 
   // A note is kept as RTF and, beside it, as plain text (UTF-8), which tells whether the RTF is whole.
-  /// What the RTF gives, as above. Absent if it is none or does not give `text`; blanks and line breaks at
-  /// the ends may differ, and a text of nothing else tells nothing.
+  /// What the RTF gives, as above. Absent if that is nothing or is not `text`; blanks and line breaks at the
+  /// ends may differ, and a text of nothing else tells nothing.
   static std::optional<AttributedText> intact(std::string_view rtf, std::string_view text);
   /// What the note holds: the body paragraphs of `text` where the RTF is missing or damaged.
   static AttributedText document(std::string_view rtf, std::string_view text);
