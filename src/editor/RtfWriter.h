@@ -20,7 +20,7 @@ namespace pell {
 /// - what says nothing counts as absent: a paragraph style all of whose parts are 0, an underline of 0, a
 /// line
 ///   height below 0, a link that is empty or longer than 8192 bytes. Any other underline is 1;
-/// - U+000D and U+2029 are line breaks as U+000A is; what is no UTF-8 in a name or a link is U+FFFD.
+/// - what is no UTF-8 in the name of a font or in a link becomes U+FFFD.
 ///
 /// Words of our own hold what RTF has none for. Other programs see the nearest of regular and bold in place
 /// of other weights, half points in place of smaller parts of them, and no default tab interval of a
