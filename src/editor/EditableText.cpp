@@ -25,6 +25,11 @@ TextRange moved(TextRange selection, TextRange range, std::size_t newLength) {
   return {.location = from, .length = to - from};
 }
 
+/// Whether one of two texts is the other with something before it.
+bool endAlike(const std::u16string& one, const std::u16string& other) {
+  return !one.empty() && !other.empty() && (one.ends_with(other) || other.ends_with(one));
+}
+
 }  // namespace
 
 void EditableText::beginEditing() {
@@ -35,6 +40,7 @@ void EditableText::beginEditing() {
 void EditableText::endEditing() {
   if (nesting_ == 1 && changed_) fixParagraphStyles(changed_->rangeAfter());
   if (--nesting_ > 0) return;
+  isRecording_ = true;  // whoever is told may edit
   const std::optional<EditSpan> changed = std::exchange(changed_, std::nullopt);
   const bool hasMoved = selection_ != selectionBefore_;
   if (changed || hasMoved) followSelection(changed.has_value());
@@ -102,6 +108,7 @@ void EditableText::didChangeText() {
 bool EditableText::insertText(std::u16string_view text, TextRange range) {
   range = cut(range);
   const std::u16string own = AttributedText(text).text();
+  if (own.empty() && range.length == 0) return true;
   if (!isAllowed(range, own)) return false;
   if (!goesOn(own, range)) history_.openStep(selection_);
   TextAttributes attributes = typing_;
@@ -118,6 +125,7 @@ bool EditableText::insertText(std::u16string_view text, TextRange range) {
 
 bool EditableText::insertText(const AttributedText& text, TextRange range) {
   range = cut(range);
+  if (text.isEmpty() && range.length == 0) return true;
   const std::u16string plain = text.text();
   if (!shouldChangeText(range, plain)) return false;
   enter(text, range);
@@ -151,9 +159,13 @@ bool EditableText::goesOn(std::u16string_view text, TextRange range) const {
 void EditableText::put(TextRange range, const AttributedText& replacement) {
   const std::size_t newLength = replacement.length();
   if (range.length == 0 && newLength == 0) return;
-  if (isRecording_) history_.willReplace(storage_, range, newLength);
+  if (isRecording_) {
+    history_.openFirstStep(selectionBefore_);
+    history_.willReplace(storage_, range, newLength);
+  }
   typed_.reset();
-  if (range.end() == storage_.length()) emptyEnd_.reset();
+  const bool isAtEnd = range.end() == storage_.length();
+  if (isAtEnd && !endAlike(storage_.text(range), replacement.text())) emptyEnd_.reset();
   if (!changed_) changed_ = {.location = range.location, .before = 0, .after = 0};
   changed_->widen(range);
   changed_->after = changed_->after - range.length + newLength;
@@ -168,12 +180,11 @@ void EditableText::enter(const AttributedText& text, TextRange range) {
 }
 
 void EditableText::apply(const UndoHistory::Step& step) {
-  isRecording_ = false;
   beginEditing();
+  isRecording_ = false;
   put(step.span.rangeAfter(), step.old);
   selection_ = step.selection;
   endEditing();
-  isRecording_ = true;
   if (delegate_ != nullptr) delegate_->textDidChange();
 }
 

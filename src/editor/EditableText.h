@@ -16,7 +16,7 @@ namespace pell {
 ///
 /// An edit that stands between `shouldChangeText` and `didChangeText` is a step that can be undone; typing
 /// that goes on where it was joins the step before. An edit outside of such a pair joins the last step, so
-/// that undoing always meets the text that it knows; where there is none, it cannot be undone.
+/// that undoing always meets the text that it knows; where there is none, it is one by itself.
 ///
 /// After each transaction every paragraph has the paragraph style of its first character.
 class EditableText {
@@ -77,7 +77,7 @@ class EditableText {
 
   // What a user does.
   /// Types in the place of `range` with the typing attributes and puts the caret behind. False if it was
-  /// refused.
+  /// refused. Nobody is asked or told of nothing in the place of nothing.
   bool insertText(std::u16string_view text, TextRange range);
   /// Pastes or drops: the same with attributes of its own.
   bool insertText(const AttributedText& text, TextRange range);
@@ -118,7 +118,7 @@ class EditableText {
   int nesting_ = 0;
   std::optional<EditSpan> changed_;
   TextRange selectionBefore_;
-  bool isRecording_ = true;
+  bool isRecording_ = true;  // what is undone or redone is known
 };
 
 }  // namespace pell

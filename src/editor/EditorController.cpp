@@ -95,13 +95,13 @@ std::optional<TextRange> EditorController::insert(const std::vector<std::string>
   const TextAttributes& typing = document->typingAttributes();
   const AttributedText text(utf16Of(prefix + joined(paragraphs)),
                             typing.isEmpty() ? RichText::bodyAttributes() : typing);
-  if (document->shouldChangeText(selection, text.text())) {
-    document->replaceCharacters(selection, text);
-    document->didChangeText();
-  }
+  const bool isAllowed = document->shouldChangeText(selection, text.text());
+  if (isAllowed) document->replaceCharacters(selection, text);
   const TextRange inserted{.location = selection.location, .length = text.length()};
   document->setSelectedRange({.location = inserted.end()});
   textView->scrollRangeToVisible({.location = inserted.end()});
+  // Last, as whoever is told may take the view away or load another note.
+  if (isAllowed) document->didChangeText();
   notifyChanged();
   return inserted;
 }
@@ -172,7 +172,6 @@ void EditorController::redo() {
   refresh();
 }
 
-/// Makes an edit of `range` that can be undone, if the view agrees, and tells everybody.
 bool EditorController::change(TextRange range, const std::function<void(EditableText&)>& edit) {
   EditableText* text = document();
   if (!text || !text->shouldChangeText(range, std::nullopt)) return false;

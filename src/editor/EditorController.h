@@ -123,6 +123,8 @@ class EditorController {
 
   void take(Snapshot& snapshot) const;
   EditableText* document() const { return textView ? &textView->document() : nullptr; }
+  /// Makes an edit of `range` that can be undone, and tells everybody, who may bring another document: what
+  /// belongs to the edit is done in it. False if there is no view, or it does not agree.
   bool change(TextRange range, const std::function<void(EditableText&)>& edit);
   void swap(AttributedText text, const std::function<TextAttributes(const AttributedText&)>& typing);
   void tickFlash(TextRange range, int tick);

@@ -71,12 +71,17 @@ void EditorController::setBlockStyle(BlockStyle style) {
   if (!document) return;
   const TextRange paragraphs = document->storage().paragraphRange(document->selectedRange());
   const Font font = pell::font(style);
-  change(paragraphs, [&](EditableText& text) {
+  const auto type = [&](EditableText& text) {
+    TextAttributes typing = text.typingAttributes();
+    typing.font = font;
+    text.setTypingAttributes(std::move(typing));
+  };
+  const bool isChanged = change(paragraphs, [&](EditableText& text) {
     text.changeAttributes(paragraphs, [&](TextAttributes& attributes) { attributes.font = font; });
+    type(text);
   });
-  TextAttributes typing = document->typingAttributes();
-  typing.font = font;
-  document->setTypingAttributes(std::move(typing));
+  if (isChanged) return;
+  type(*document);
   refresh();
 }
 

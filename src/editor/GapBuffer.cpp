@@ -4,6 +4,13 @@
 
 namespace pell {
 
+GapBuffer& GapBuffer::operator=(GapBuffer&& other) noexcept {
+  units_ = std::exchange(other.units_, {});
+  gap_ = std::exchange(other.gap_, 0);
+  gapLength_ = std::exchange(other.gapLength_, 0);
+  return *this;
+}
+
 std::pair<std::u16string_view, std::u16string_view> GapBuffer::pieces() const {
   const std::u16string_view all = units_;
   return {all.substr(0, gap_), all.substr(gap_ + gapLength_)};

@@ -12,6 +12,14 @@ namespace pell {
 /// and not the rest of the text. Positions are at most `size()`. Any thread, one at a time.
 class GapBuffer {
  public:
+  GapBuffer() = default;
+  GapBuffer(const GapBuffer&) = default;
+  GapBuffer& operator=(const GapBuffer&) = default;
+  /// What is moved from is empty.
+  GapBuffer(GapBuffer&& other) noexcept { *this = std::move(other); }
+  GapBuffer& operator=(GapBuffer&& other) noexcept;
+  ~GapBuffer() = default;
+
   std::size_t size() const { return units_.size() - gapLength_; }
   char16_t operator[](std::size_t position) const {
     return units_[position < gap_ ? position : position + gapLength_];

@@ -62,9 +62,15 @@ void EditorController::toggleList(ListKind kind) {
     text.endEditing();
     // The first paragraph alone takes the indents; the others keep what they had.
     const auto style = removing ? RichText::paragraphStyle(0) : RichText::listParagraphStyle();
-    text.changeAttributes(text.storage().paragraphRange({.location = first.location}),
-                          [&](TextAttributes& attributes) { attributes.paragraphStyle = style; });
+    const TextRange changed = text.storage().paragraphRange({.location = first.location});
+    const auto indent = [&](TextAttributes& attributes) { attributes.paragraphStyle = style; };
+    text.changeAttributes(changed, indent);
     text.setSelectedRange(ListSelection::after(selection, shifts, text.storage().length()));
+    if (changed.length > 0) return;
+    // An empty last paragraph has no style but that of what is typed next.
+    TextAttributes typing = text.typingAttributes();
+    indent(typing);
+    text.setTypingAttributes(std::move(typing));
   });
 }
 
@@ -74,10 +80,12 @@ void EditorController::toggleQuote() {
   const bool entering = !formatting_.get().quote;
   const TextRange selection = document->selectedRange();
   const TextRange paragraphs = document->storage().paragraphRange(selection);
-  change(paragraphs, [&](EditableText& text) {
+  const bool isChanged = change(paragraphs, [&](EditableText& text) {
     text.changeAttributes(paragraphs, [&](TextAttributes& attributes) { setQuote(attributes, entering); });
     text.setSelectedRange(selection);
+    setQuoteForTyping(text, entering);
   });
+  if (isChanged) return;
   setQuoteForTyping(*document, entering);
   refresh();
 }

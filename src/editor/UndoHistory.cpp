@@ -6,7 +6,8 @@ namespace pell {
 namespace {
 
 std::size_t bytesOf(const UndoHistory::Step& step) {
-  constexpr std::size_t bytesPerRun = 3 * sizeof(void*);  // attributes are mostly shared with the text
+  // As if no two runs shared their attributes: what a step took out of the text may live on in it alone.
+  constexpr std::size_t bytesPerRun = 3 * sizeof(void*) + sizeof(TextAttributes);
   return sizeof(step) + step.old.length() * sizeof(char16_t) + step.old.runCount() * bytesPerRun;
 }
 
@@ -36,6 +37,10 @@ void UndoHistory::openStep(TextRange selection) {
   selection_ = selection;
 }
 
+void UndoHistory::openFirstStep(TextRange selection) {
+  if (undo_.empty() && !opens_) openStep(selection);
+}
+
 void UndoHistory::closeStep() { opens_ = false; }
 
 void UndoHistory::willReplace(const AttributedText& text, TextRange range, std::size_t newLength) {
@@ -52,10 +57,7 @@ void UndoHistory::willReplace(const AttributedText& text, TextRange range, std::
   widen(step, text, range);
   step.span.after = step.span.after - range.length + newLength;
   bytes_ += bytesOf(step);
-  while (bytes_ > limit_ && undo_.size() > 1) {
-    bytes_ -= bytesOf(undo_.front());
-    undo_.pop_front();
-  }
+  forgetOldest(undo_);
 }
 
 UndoHistory::Step UndoHistory::undo(const AttributedText& text, TextRange selection) {
@@ -76,7 +78,16 @@ UndoHistory::Step UndoHistory::turn(std::deque<Step>& from, std::deque<Step>& to
                 .old = text.subtext(span.rangeAfter()),
                 .selection = selection});
   bytes_ = bytes_ - bytesOf(step) + bytesOf(to.back());
+  forgetOldest(undo_);
+  forgetOldest(redo_);
   return step;
+}
+
+void UndoHistory::forgetOldest(std::deque<Step>& steps) {
+  while (bytes_ > limit_ && steps.size() > 1) {
+    bytes_ -= bytesOf(steps.front());
+    steps.pop_front();
+  }
 }
 
 /// What can be redone knows only the text that it was undone from.

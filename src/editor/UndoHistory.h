@@ -15,7 +15,8 @@ class UndoHistory {
  public:
   static constexpr std::size_t memoryLimit = std::size_t{64} << 20U;  // bytes
 
-  /// Beyond `limit` bytes the oldest steps go; the newest always stays.
+  /// Beyond `limit` bytes the oldest steps go, then those that were undone first; the one that is next
+  /// always stays.
   explicit UndoHistory(std::size_t limit = memoryLimit) : limit_(limit) {}
 
   struct Step {
@@ -28,6 +29,8 @@ class UndoHistory {
 
   /// The next edit begins a step; until then edits join the last one. Where there is none they are not kept.
   void openStep(TextRange selection);
+  /// The same if there is none to join.
+  void openFirstStep(TextRange selection);
   void closeStep();
 
   /// Before `range` of `text` gets `newLength` units.
@@ -43,6 +46,7 @@ class UndoHistory {
  private:
   Step turn(std::deque<Step>& from, std::deque<Step>& to, const AttributedText& text, TextRange selection);
   void forgetRedo();
+  void forgetOldest(std::deque<Step>& steps);
 
   std::size_t limit_;
   std::deque<Step> undo_;

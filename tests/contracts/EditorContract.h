@@ -33,6 +33,8 @@ TEST_P(EditorContract, ListsAndQuotes) {
       {"•\t[one\n•\ttwo\n•\tthree]", "lll", numbers, "1.\t[one\n2.\ttwo\n3.\tthree] lll"},
       {"7.\t[one\n1.\ttwo]", "ll", numbers, "[one\ntwo] pl"},
       {"[one\n9.\ttwo]\n10.\tten", "pll", numbers, "1.\t[one\n2.\ttwo]\n10.\tten lll"},
+      {"•\t|", "l", bullets, "| P"},
+      {"one\n1.\t|", "pl", numbers, "one\n| pP"},
       {"x\n•|\tone", "pl", bullets, "x\n|one pp"},
       // Return goes on with it, and ends it.
       {"•\tone|", "l", pressReturn, "•\tone\n•\t| ll"},

@@ -187,6 +187,15 @@ TEST(AttributedText, HasOneLineBreakOnlyAndNoNul) {
   }
 }
 
+TEST(AttributedText, IsEmptyWhenItWasMovedFrom) {
+  AttributedText text(u"abc");
+  text.append(u"d", TextAttributes());
+  const AttributedText taken = std::move(text);
+  EXPECT_EQ(text.length(), 0u);
+  text.append(u"b", TextAttributes());
+  EXPECT_EQ(text.text(), u"b");
+}
+
 TEST(AttributedText, ConvertsWhatIsNoUnicodeToReplacementCharacters) {
   const AttributedText text(std::u16string{u'a', 0xDC00, u'b', 0xD800});
   EXPECT_EQ(text.utf8(), "a\uFFFDb\uFFFD");

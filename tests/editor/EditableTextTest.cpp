@@ -33,6 +33,10 @@ TEST(EditableText, JoinsWhatWasTypedInOneGo) {
   const Act direct = [](auto& view) {
     view.document().replaceCharacters(view.document().selectedRange(), AttributedText(u"-", with(400)));
   };
+  const Act nothing = [](auto& view) {
+    view.document().insertText(u"", view.document().selectedRange());
+    view.paste({});
+  };
   const Act bold = [](auto& view) {
     EXPECT_TRUE(view.document().shouldChangeText({}, std::nullopt));
     view.document().changeAttributes({.location = 0, .length = 1}, [](auto& old) { old = with(700); });
@@ -48,7 +52,8 @@ TEST(EditableText, JoinsWhatWasTypedInOneGo) {
       {"typing, deleting, typing", {word, back, back, word}, {"abwo", "abword", "ab"}},
       {"elsewhere and back", {word, away, home, word}, {"abword", "ab"}},
       {"an edit that is no step belongs to the last", {word, direct, word}, {"abword-", "ab"}},
-      {"an edit that is no step, where none is before", {direct, word}, {"ab-"}},
+      {"an edit that is no step, where none is before", {direct, word}, {"ab-", "ab"}},
+      {"nothing in the place of nothing", {word, nothing, word, nothing, back}, {"abwordword", "ab"}},
       {"a step without a change", {word, empty, direct}, {"ab"}},
       {"another step without moving", {word, bold, word}, {"abword", "abword", "ab"}},
   };
@@ -64,6 +69,31 @@ TEST(EditableText, JoinsWhatWasTypedInOneGo) {
     }
     EXPECT_FALSE(view.document().canUndo()) << one.name;
   }
+}
+
+TEST(EditableText, WhoeverIsToldOfAnUndoneStepMayEdit) {
+  struct Meddler final : EditableText::Delegate {
+    bool shouldChangeText(TextRange, std::optional<std::u16string_view>) override { return true; }
+    void textDidChange() override {}
+    void textViewDidChangeSelection() override {
+      if (std::exchange(isAsked, false)) text.replaceCharacters({}, AttributedText(u"-"));
+    }
+    EditableText& text;
+    bool isAsked = false;
+    explicit Meddler(EditableText& edited) : text(edited) {}
+  };
+  EditableText text;
+  text.setAttributedString(RichText::bodyParagraph("ab"));
+  text.insertText(u"c", {.location = 2});
+  text.insertText(u"d", {.location = 0});
+  Meddler meddler(text);
+  text.setDelegate(&meddler);
+  meddler.isAsked = true;
+  text.undo();
+  EXPECT_EQ(text.storage().utf8(), "-abc");
+  EXPECT_FALSE(text.canRedo());
+  text.undo();
+  EXPECT_EQ(text.storage().utf8(), "ab");
 }
 
 TEST(EditableText, TypesOnAsTheTextBeforeIs) {
@@ -106,6 +136,14 @@ TEST(EditableText, TypesOnAsTheTextBeforeIs) {
   text.replaceCharacters({.location = 0, .length = 1}, {});
   text.endEditing();
   EXPECT_TRUE(text.typingAttributes() == with(400, 33)) << "an edit elsewhere leaves it so";
+  text.setSelectedRange({.location = 14});
+  EXPECT_TRUE(text.shouldChangeText({.location = 14, .length = 1}, std::nullopt));
+  text.replaceCharacters({.location = 14}, AttributedText(u"-", with(400)));
+  text.changeAttributes({.location = 14, .length = 2}, [](auto& old) { old = with(400, 11); });
+  text.didChangeText();
+  text.undo();
+  text.setSelectedRange({.location = 15});
+  EXPECT_TRUE(text.typingAttributes() == with(400, 33)) << "and so does one of the paragraph before, undone";
   text.setTypingAttributes(with(700, 33));
   text.insertText(u"x", {.location = 15});
   text.insertText(u"", {.location = 15, .length = 1});
@@ -166,6 +204,25 @@ TEST(UndoHistory, ForgetsTheOldestStepsBeyondItsMemory) {
   }
   EXPECT_GE(undone, 1);
   EXPECT_LE(undone, 3);
+  // What was put in takes its memory when it is taken out, and looks take some besides the letters.
+  history.clear();
+  for (int step = 0; step < 20; ++step) {
+    history.openStep({});
+    history.willReplace(text, {}, 2);
+    text.replace({}, AttributedText(u"a", {.underline = step + 1}));
+    text.replace({}, AttributedText(u"b", {.underline = -step}));
+  }
+  while (history.canUndo()) {
+    const UndoHistory::Step step = history.undo(text, {});
+    text.replace(step.span.rangeAfter(), step.old);
+  }
+  int redone = 0;
+  for (; history.canRedo(); ++redone) {
+    const UndoHistory::Step step = history.redo(text, {});
+    text.replace(step.span.rangeAfter(), step.old);
+  }
+  EXPECT_GE(redone, 1);
+  EXPECT_LE(redone, 10);
 
   history.clear();
   history.openStep({});

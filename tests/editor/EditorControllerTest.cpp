@@ -171,6 +171,30 @@ TEST_F(EditorControllerTest, ADocumentIsSwappedWithoutBeingChanged) {
   EXPECT_EQ(changes, 0);
 }
 
+TEST_F(EditorControllerTest, WhoeverIsToldMayBringAnotherDocument) {
+  using Command = std::function<void(EditorController&)>;
+  const EditorController::Snapshot other{.rtf = RichText::rtf(RichText::bodyParagraph("the other")),
+                                         .text = "the other"};
+  for (const Command& command : std::vector<Command>{
+           [](auto& editor) { editor.insert({"Hi"}); },
+           [](auto& editor) { editor.setBlockStyle(BlockStyle::title); },
+           [](auto& editor) { editor.toggleBulletList(); },
+           [](auto& editor) { editor.toggleQuote(); },
+       }) {
+    for (const bool isTakenAway : {true, false}) {
+      controller.textView = &view;
+      put("one|", "p");
+      controller.onChange = [&](auto&) {
+        controller.load(other);
+        if (isTakenAway) controller.textView = nullptr;
+      };
+      command(controller);
+      EXPECT_EQ(shown(), "the other| p");
+      EXPECT_EQ(text().typingAttributes(), RichText::bodyAttributes());
+    }
+  }
+}
+
 TEST_F(EditorControllerTest, AFlashFadesAndIsNoEdit) {
   put("one two|", "p");
   const AttributedText before = text().storage();

@@ -210,6 +210,11 @@ TEST_F(PellTextViewTest, PastesTheBestOfWhatIsOffered) {
   damaged->setText("plain\r\ntext");
   user.paste(damaged);
   EXPECT_EQ(plain(), u"aplain\ntextb");
+  user.select({0, 6});
+  auto* image = new QMimeData;
+  image->setHtml("<img src='x.png'>");
+  user.paste(image);
+  EXPECT_EQ(plain(), u"aplain\ntextb") << "no text to put there";
 }
 
 TEST_F(PellTextViewTest, ADraggedSelectionMovesInOneStep) {

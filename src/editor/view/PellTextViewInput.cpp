@@ -229,8 +229,8 @@ void PellTextView::insertFromMimeData(const QMimeData* source) {
   const auto pasted = NoteMimeData::read(*source);
   if (const auto* styled = std::get_if<AttributedText>(&pasted)) {
     text_.insertText(*styled, text_.selectedRange());
-  } else {
-    text_.insertText(std::get<std::u16string>(pasted), text_.selectedRange());
+  } else if (const auto& plain = std::get<std::u16string>(pasted); !plain.empty()) {
+    text_.insertText(plain, text_.selectedRange());
   }
   ensureCursorVisible();
 }
