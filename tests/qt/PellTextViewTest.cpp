@@ -313,11 +313,11 @@ TEST(RichTextEditorTest, LendsTheControllerAViewAndSwapsDocumentsByTheirIds) {
   controller.onChange = [&](const EditorController::Snapshot&) { ++changes; };
   std::vector<std::string> opened;
   {
-    RichTextEditor editor(
-        controller, [&](const std::string& link) { return opened.push_back(link), true; }, "");
+    RichTextEditor editor(controller,
+                          {.open = [&](const std::string& link) { return opened.push_back(link), true; },
+                           .documentID = "draft-0"});
     EXPECT_EQ(controller.textView, &editor.view());
     TextViewUser user(editor.view());
-    editor.showDocument("draft-0", {});
     EXPECT_EQ(controller.formatting().get().blockStyle, BlockStyle::title);
     user.type(u"typed");
     const EditorController::Snapshot older{.rtf = RichText::rtf(RichText::bodyParagraph("older")),

@@ -7,14 +7,16 @@
 
 namespace pell {
 
-RichTextEditor::RichTextEditor(EditorController& controller, std::function<bool(const std::string&)> open,
-                               const QString& placeholder, QWidget* parent)
-    : QWidget(parent), view_(*new PellTextView(this)), coordinator_(controller, view_, std::move(open)) {
+RichTextEditor::RichTextEditor(EditorController& controller, Setup setup, QWidget* parent)
+    : QWidget(parent),
+      view_(*new PellTextView(this)),
+      coordinator_(controller, view_, std::move(setup.open)) {
+  coordinator_.show(setup.documentID, setup.document);
   auto* layout = new QVBoxLayout(this);
   layout->setContentsMargins(0, 0, 0, 0);
   layout->addWidget(&view_);
   setFocusProxy(&view_);
-  view_.setPlaceholder(placeholder);
+  view_.setPlaceholder(setup.placeholder);
   view_.clickedOnLink = [this](const std::string& link) { coordinator_.clickedOnLink(link); };
 }
 

@@ -15,9 +15,14 @@ class PellTextView;
 /// Gives the controller a view for as long as it lives. Main thread only.
 class RichTextEditor final : public QWidget {
  public:
-  /// `open` hands the address of a clicked link to the desktop.
-  RichTextEditor(EditorController& controller, std::function<bool(const std::string&)> open,
-                 const QString& placeholder, QWidget* parent = nullptr);
+  struct Setup {
+    std::function<bool(const std::string&)> open;  // hands the address of a clicked link to the desktop
+    QString placeholder;
+    // What it shows first: lent before, an empty view would be taken for the text of the open note.
+    std::string documentID;
+    EditorController::Snapshot document;
+  };
+  RichTextEditor(EditorController& controller, Setup setup, QWidget* parent = nullptr);
 
   /// Shows that document; nothing happens if it is the one on show, whatever has become of it.
   void showDocument(const std::string& documentID, const EditorController::Snapshot& document);
