@@ -34,6 +34,7 @@ Platform withServer(const Platform& real, HttpSession& server) {
           .loginItem = real.loginItem,
           .activity = real.activity,
           .sounds = real.sounds,
+          .hasFontFamily = real.hasFontFamily,
           .browsers = real.browsers};
 }
 

@@ -4,6 +4,7 @@
 
 #include "app/AppTranslocation.h"
 #include "app/Updater.h"
+#include "editor/Face.h"
 #include "pipeline/DictationPhase.h"
 #include "platform/Services.h"
 #include "platform/Workspace.h"
@@ -24,6 +25,7 @@ AppDelegate::AppDelegate(const Platform& platform)
       workspace_(platform.workspace),
       installation_(platform.installation),
       log_(platform.log),
+      hasFontFamily_(platform.hasFontFamily),
       config_(platform.build, platform.locations, platform.defaults),
       settings_(platform.defaults, platform.loginItem, log_, platform.styleRules),
       keychain_(platform.secureItems, platform.main, config_.keychainService(), log_),
@@ -163,9 +165,9 @@ void AppDelegate::applicationDidFinishLaunching() {
   armHotKeys();
   observePanelState();
   const Placement placement = AppTranslocation::current(installation_);
-  // Typefaces of its own the program has none yet.
-  log_.info("app_launched",
-            {{"version", config_.version()}, {"placement", rawValue(placement)}, {"fonts_loaded", false}});
+  log_.info("app_launched", {{"version", config_.version()},
+                             {"placement", rawValue(placement)},
+                             {"fonts_loaded", Face::fontsAreLoaded(hasFontFamily_)}});
   model_.relocation().noticeInstallLocation(placement);
   Updater::start(log_);
   tasks_.spawn(followRemoteConfig());

@@ -107,6 +107,7 @@ class AppDelegate {
   const Workspace& workspace_;
   const Installation installation_;
   Log log_;
+  std::function<bool(std::string_view family)> hasFontFamily_;
   AppConfig config_;
   AppSettings settings_;
   Keychain keychain_;

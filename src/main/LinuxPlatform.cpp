@@ -9,6 +9,7 @@
 #include "platform/linux/StyleSupplement.h"
 #include "platform/portable/DateLocale.h"
 #include "platform/portable/ThreadExecutor.h"
+#include "platform/qt/QtFonts.h"
 
 namespace pell {
 namespace {
@@ -87,6 +88,7 @@ Platform LinuxPlatform::record() {
           .loginItem = loginItem_,
           .activity = activity_,
           .sounds = sounds_,
+          .hasFontFamily = hasFontFamily,
           .browsers = linuxBrowsers()};
 }
 

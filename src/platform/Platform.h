@@ -1,9 +1,11 @@
 // Everything that the logic asks of its platform, in one record.
 #pragma once
 
+#include <functional>
 #include <set>
 #include <span>
 #include <string>
+#include <string_view>
 
 #include "async/Executor.h"
 #include "platform/BuildInfo.h"
@@ -55,6 +57,8 @@ struct Platform {
   LoginItem& loginItem;
   SystemActivity& activity;
   SoundPlayer& sounds;
+  /// Whether a family of fonts is there at every size. May read all that are installed, in some milliseconds.
+  std::function<bool(std::string_view family)> hasFontFamily;
   std::set<std::string> browsers = {};  // bundle identifiers of those that only this platform has
 };
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "app/AppDelegate.h"
+#include "editor/Face.h"
 #include "support/MemoryPlatform.h"
 
 namespace pell::testing {
@@ -43,6 +44,7 @@ class AppDelegateTest : public ::testing::Test {
 };
 
 TEST_F(AppDelegateTest, ArmsTheKeyAtLaunchAndSaysSo) {
+  desk.fonts = {"IBM Plex Sans", "Fraunces 9pt"};
   delegate = std::make_unique<AppDelegate>(desk.platform());
   desk.log.clear();
   delegate->applicationDidFinishLaunching();
@@ -53,6 +55,9 @@ TEST_F(AppDelegateTest, ArmsTheKeyAtLaunchAndSaysSo) {
   EXPECT_EQ(desk.log.lines("accessibility_changed")[0]["granted"], true);
   EXPECT_EQ(desk.log.lines("app_launched")[0]["version"], "1.0.0");
   EXPECT_EQ(desk.log.lines("app_launched")[0]["placement"], "applications");
+  EXPECT_EQ(desk.log.lines("app_launched")[0]["fonts_loaded"], true);
+  desk.fonts.erase("Fraunces 9pt");
+  EXPECT_FALSE(Face::fontsAreLoaded(desk.platform().hasFontFamily));
   poll(30);
   EXPECT_EQ(desk.taps.created, 1);
   EXPECT_EQ(desk.log.lines().size(), 5u) << "a poll that finds no change is silent";

@@ -51,6 +51,7 @@ class MemoryPlatform {
   MemoryLoginItem loginItem;
   MemoryActivity activity;
   MemorySounds sounds;
+  std::set<std::string, std::less<>> fonts;
   MemoryApplicationMover mover;
   Installation installation{.bundle = "/Applications/Pell.app", .placement = {}, .mover = &mover};
 
@@ -84,6 +85,7 @@ class MemoryPlatform {
             .loginItem = loginItem,
             .activity = activity,
             .sounds = sounds,
+            .hasFontFamily = [this](std::string_view family) { return fonts.contains(family); },
             .browsers = {"org.example.Navigator"}};
   }
 };

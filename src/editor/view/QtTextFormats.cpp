@@ -22,6 +22,18 @@ QStringList families(const Font& font) {
 /// Fonts of Qt have whole pixels.
 int pixels(const Font& font) { return std::max(1, static_cast<int>(std::lround(font.size))); }
 
+QFont::StyleHint hint(const Font& font) {
+  switch (Face::fallbackDesign(font.family)) {
+    case FontDesign::serif:
+      return QFont::Serif;
+    case FontDesign::monospaced:
+      return QFont::Monospace;
+    case FontDesign::standard:
+      break;
+  }
+  return QFont::AnyStyle;
+}
+
 double luminance(Rgb value) { return 0.2126 * value.red + 0.7152 * value.green + 0.0722 * value.blue; }
 
 /// The surroundings that a text stands in: a fixed background stays what it is in the dark, and the ink on it
@@ -45,6 +57,7 @@ QColor colour(PaletteColour name, Appearance appearance) { return colour(rgb(nam
 QFont QtTextFormats::fontOf(const Font& font) {
   QFont result;
   result.setFamilies(families(font));
+  result.setStyleHint(hint(font));
   result.setPixelSize(pixels(font));
   result.setWeight(static_cast<QFont::Weight>(font.weight));
   result.setItalic(font.italic);
