@@ -1,5 +1,6 @@
 #include "main/Commands.h"
 
+#include <algorithm>
 #include <cstdio>
 #include <ctime>
 #include <functional>
@@ -10,6 +11,7 @@
 #include "main/ControlClient.h"
 #include "main/Essentials.h"
 #include "main/InstanceLock.h"
+#include "main/KeptData.h"
 #include "main/Password.h"
 #include "main/SessionCommand.h"
 #include "main/StandardStreams.h"
@@ -39,24 +41,26 @@ int runWithServer(const ControlRequest& request, ControlReply (*here)(const Cont
 
 bool put(const std::string& text) { return std::fwrite(text.data(), 1, text.size(), stdout) == text.size(); }
 
-/// Calls `print` with the history, or with nothing where none was ever kept. Gives the exit code.
-int readHistory(const std::function<bool(DictationsRepository* history)>& print) {
+/// Calls `print` with the history, or with nothing where none was ever kept. `whole`: a damaged file is told,
+/// as it would not give everything. Gives the exit code.
+int readHistory(bool whole, const std::function<bool(DictationsRepository* history)>& print) {
   Essentials essentials;
   auto file = essentials.config().databaseURL();
   bool written = false;
+  int code = 0;
   try {
-    std::error_code unreadable;  // then the database says it better
-    if (std::filesystem::exists(file, unreadable) || unreadable) {
+    if (isAnythingKept(file)) {
       Database database(file);
       DictationsRepository history(database, essentials.clock());
       written = print(&history);
+      if (whole) code = tellDamage(database, file);
     } else {
       written = print(nullptr);
     }
   } catch (const Database::Failure& failure) {
     return failWith(file.string() + ": " + failure.message());
   }
-  return written ? printOut("") : failWith("the history could not be written out");
+  return written ? std::max(code, printOut("")) : failWith("the history could not be written out");
 }
 
 }  // namespace
@@ -96,7 +100,7 @@ int runAccount(const AccountCommand& command) {
 }
 
 int runHistory(const HistoryCommand& command) {
-  return readHistory([&](DictationsRepository* history) {
+  return readHistory(false, [&](DictationsRepository* history) {
     std::vector<DictationRecord> records;
     if (history) records = history->search(command.search, command.limit);
     return put(command.json ? historyJson(records) : historyText(records, localTime));
@@ -104,7 +108,7 @@ int runHistory(const HistoryCommand& command) {
 }
 
 int runHistoryExport(const HistoryExportCommand& command) {
-  return readHistory([&](DictationsRepository* history) {
+  return readHistory(true, [&](DictationsRepository* history) {
     HistoryExport file(command.format);
     bool written = put(file.begin());
     if (history) {

@@ -15,6 +15,7 @@
 #include "main/Commands.h"
 #include "main/ControlClient.h"
 #include "main/Essentials.h"
+#include "main/KeptData.h"
 #include "main/StandardStreams.h"
 #include "stores/NotesRepository.h"
 
@@ -40,13 +41,20 @@ int withNotes(bool create, const std::function<int(NotesRepository* notes)>& wor
   Essentials essentials;
   const auto file = essentials.config().databaseURL();
   try {
-    std::error_code unreadable;  // then the database says it better
-    if (!create && !fs::exists(file, unreadable) && !unreadable) return work(nullptr);
+    if (!create && !isAnythingKept(file)) return work(nullptr);
     NotesRepository notes(file, essentials.clock());
     return work(&notes);
   } catch (const Database::Failure& failure) {
     return failWith(file.string() + ": " + failure.message());
   }
+}
+
+/// Likewise for all of the notes: that a damaged file does not give them all is told.
+int withAllNotes(const std::function<int(NotesRepository* notes)>& work) {
+  return withNotes(false, [&](NotesRepository* notes) {
+    const int code = work(notes);
+    return notes ? std::max(code, tellDamage(notes->connection(), "pell.db")) : code;
+  });
 }
 
 int withNote(const std::string& id, const std::function<int(const Note& note)>& work) {
@@ -115,10 +123,19 @@ std::variant<NoteFiles::Content, NoteFiles::Refusal> readNote(const std::string&
   return NoteFiles::read(std::get<std::string>(bytes));
 }
 
+/// Prints its new id. Another file may fare better where this one is not taken.
+int import(NotesRepository& notes, NoteFiles::Content content, const std::string& path) {
+  try {
+    return printOut(notes.create(std::move(content.rtf), std::move(content.text)).id + "\n");
+  } catch (const Database::Failure& failure) {
+    return failWith(printable(path) + ": not imported: " + failure.message());
+  }
+}
+
 }  // namespace
 
 int runNotesList(const NotesListCommand& command) {
-  return withNotes(false, [&](NotesRepository* notes) {
+  return withAllNotes([&](NotesRepository* notes) {
     const std::vector<NoteSummary> list = notes ? notes->list() : std::vector<NoteSummary>();
     return printOut(command.json ? notesJson(list) : notesText(list, localTime));
   });
@@ -133,7 +150,7 @@ int runNotesShow(const NotesShowCommand& command) {
 
 int runNotesExport(const NotesExportCommand& command) {
   if (!command.id) {
-    return withNotes(false, [&](NotesRepository* notes) { return exportAll(notes, command.format); });
+    return withAllNotes([&](NotesRepository* notes) { return exportAll(notes, command.format); });
   }
   return withNote(*command.id,
                   [&](const Note& note) { return printOut(NoteFiles::content(note, command.format)); });
@@ -148,9 +165,7 @@ int runNotesImport(const NotesImportCommand& command) {
         worst = failWith(printable(path) + ": not imported: " + refusal->reason);
         continue;
       }
-      auto& content = std::get<NoteFiles::Content>(read);
-      const Note note = notes->create(std::move(content.rtf), std::move(content.text));
-      worst = std::max(worst, printOut(note.id + "\n"));
+      worst = std::max(worst, import(*notes, std::move(std::get<NoteFiles::Content>(read)), path));
     }
     return worst;
   });

@@ -52,7 +52,7 @@ fs::path AppConfig::supportDirectory() const {
   const fs::path directory = locations_.applicationSupport / "Pell";
   std::error_code ignored;
   fs::create_directories(directory, ignored);
-  restrict(directory);
+  if (fs::is_directory(directory, ignored)) restrict(directory);
   return directory;
 }
 
@@ -71,6 +71,9 @@ std::string AppConfig::resolveKeychainService(std::string bundleID, bool isDevel
 
 void AppConfig::restrict(const fs::path& item, fs::perms permissions) {
   std::error_code ignored;
+  const fs::file_type type = fs::status(item, ignored).type();
+  // A device may stand there, which is everybody's.
+  if (type != fs::file_type::directory && type != fs::file_type::regular) return;
   fs::permissions(item, permissions, ignored);
 }
 

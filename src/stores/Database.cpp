@@ -156,6 +156,13 @@ int Database::changes() {
   return sqlite3_changes(handle_.get());
 }
 
+std::optional<std::string> Database::damage() {
+  const auto found =
+      query("PRAGMA quick_check(1)", {}, [](const Row& row) { return std::optional(row.text(0)); });
+  if (found.empty()) return "it cannot be read";
+  return found.front() == "ok" ? std::nullopt : std::optional(found.front());
+}
+
 void Database::forEachRow(std::string_view sql, const std::vector<Value>& parameters,
                           const std::function<void(const Row&)>& visit) {
   // The lock covers the error text alone: a long query must not hold up the saving of a dictation.

@@ -90,6 +90,10 @@ class Database {
   /// The rows changed by the connection's most recent statement, whoever ran it.
   int changes();
 
+  /// What is wrong with the file, in SQLite's words; absent if nothing is. Reads all of it: for whoever must
+  /// not take what a damaged file still gives for everything that was kept.
+  std::optional<std::string> damage();
+
  private:
   class Statement;
   struct Close {

@@ -89,6 +89,7 @@ TEST_F(DatabaseTest, DamagedPagesCostRowsAndNotTheProgram) {
       database.run("INSERT INTO dictations (id, text, created_at) VALUES (?, ?, ?)",
                    {std::to_string(row), std::string(300, 'w'), double(row)});
     }
+    EXPECT_EQ(database.damage(), std::nullopt);
   }
   {
     std::fstream damage(file, std::ios::in | std::ios::out | std::ios::binary);
@@ -97,6 +98,7 @@ TEST_F(DatabaseTest, DamagedPagesCostRowsAndNotTheProgram) {
   }
   Database database(file);
   EXPECT_LT(texts(database, "SELECT id FROM dictations NOT INDEXED").size(), 400u);
+  EXPECT_NE(database.damage(), std::nullopt);
   EXPECT_THAT(messageOf([&] { database.run("UPDATE dictations SET words = words + 1"); }),
               HasSubstr("malformed"));
 }
