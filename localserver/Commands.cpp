@@ -39,7 +39,8 @@ std::string signDocument(Names rest, const Environment& environment, std::int64_
   if (arguments.others.front() != "sign" || !arguments.option("--key")) requireCount({}, 1, usage);
   const std::string& document = arguments.others.back();
   std::ifstream stream(document, std::ios::binary);
-  if (!stream) throw ConfigFailure(fmt::format("{} cannot be read.", document));
+  if (!stream || std::filesystem::is_directory(document))
+    throw ConfigFailure(fmt::format("{} cannot be read.", document));
   const std::string text{std::istreambuf_iterator<char>(stream), {}};
   const auto file = signedConfigFile(dataDirectory(arguments, environment));
   const std::string envelope = signConfig(text, *arguments.option("--key"), now);

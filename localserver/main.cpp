@@ -29,6 +29,15 @@ sigset_t blockEndingSignals() {
   return signals;
 }
 
+/// A public key, say, is told only once: what was asked for has to arrive.
+int say(const std::string& text) {
+  if (std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0) {
+    return EXIT_SUCCESS;
+  }
+  fmt::print(stderr, "pell-server: the answer could not be written out\n");
+  return failed;
+}
+
 int serve(const Options& options) {
   const sigset_t signals = blockEndingSignals();
   ServerLog log(stderr);
@@ -45,19 +54,11 @@ int serve(const Options& options) {
 }
 
 int run(std::span<const std::string> arguments) {
-  if (const auto said = runCommand(arguments, &environmentVariable, std::time(nullptr))) {
-    fmt::print("{}", *said);
-    return EXIT_SUCCESS;
-  }
+  if (const auto said = runCommand(arguments, &environmentVariable, std::time(nullptr))) return say(*said);
   const ParsedCommandLine parsed = parseCommandLine(arguments, &environmentVariable);
-  if (std::holds_alternative<HelpWanted>(parsed)) {
-    fmt::print("{}", helpText());
-    return EXIT_SUCCESS;
-  }
-  if (std::holds_alternative<VersionWanted>(parsed)) {
-    fmt::print("pell-server {}\n", PELL_VERSION);
-    return EXIT_SUCCESS;
-  }
+  if (std::holds_alternative<HelpWanted>(parsed)) return say(helpText());
+  if (std::holds_alternative<VersionWanted>(parsed))
+    return say(fmt::format("pell-server {}\n", PELL_VERSION));
   if (const auto* error = std::get_if<UsageError>(&parsed)) throw Malformed{error->message};
   return serve(std::get<Options>(parsed));
 }

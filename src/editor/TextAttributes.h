@@ -6,7 +6,7 @@
 #include <variant>
 #include <vector>
 
-#include "shell/Palette.h"
+#include "editor/Palette.h"
 
 namespace pell {
 
